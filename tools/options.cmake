@@ -1,0 +1,31 @@
+# Compiler options that every target shares, and the two helpers that rooms and tests are made with.
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow=local)
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  string(REPLACE "-Wshadow=local" "-Wshadow" _options "$<1:-Wshadow>")
+  set_property(DIRECTORY PROPERTY COMPILE_OPTIONS -Wall -Wextra -Wpedantic)
+endif()
+if(DIRWATCH_WERROR)
+  add_compile_options(-Werror)
+endif()
+if(CMAKE_BUILD_TYPE STREQUAL Debug)
+  add_compile_options(-O1 -g1 -fno-omit-frame-pointer)
+endif()
+if(DIRWATCH_SANITIZE)
+  add_compile_options(-fsanitize=${DIRWATCH_SANITIZE} -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=${DIRWATCH_SANITIZE})
+endif()
+if(WIN32)
+  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601 UNICODE_OFF
+                          __USE_MINGW_ANSI_STDIO=1)
+endif()
+
+find_package(Threads REQUIRED)
+
+# A room's library: every source of its folder (not of sub-folders).
+function(dirwatch_room name)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  list(FILTER sources EXCLUDE REGEX "_main\\.cpp$")
+  add_library(${name} STATIC ${sources})
+  target_link_libraries(${name} PUBLIC ${ARGN})
+endfunction()
