@@ -1,9 +1,8 @@
 # Compiler options that every target shares, and the two helpers that rooms and tests are made with.
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow=local)
-if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
-  string(REPLACE "-Wshadow=local" "-Wshadow" _options "$<1:-Wshadow>")
-  set_property(DIRECTORY PROPERTY COMPILE_OPTIONS -Wall -Wextra -Wpedantic)
+add_compile_options(-Wall -Wextra -Wpedantic)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+  add_compile_options(-Wshadow=local)
 endif()
 if(DIRWATCH_WERROR)
   add_compile_options(-Werror)
@@ -16,8 +15,7 @@ if(DIRWATCH_SANITIZE)
   add_link_options(-fsanitize=${DIRWATCH_SANITIZE})
 endif()
 if(WIN32)
-  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601 UNICODE_OFF
-                          __USE_MINGW_ANSI_STDIO=1)
+  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601  __USE_MINGW_ANSI_STDIO=1)
 endif()
 
 find_package(Threads REQUIRED)
