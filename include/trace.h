@@ -28,10 +28,9 @@ inline constexpr std::uint32_t kError = 128;
 
 namespace {
 // One a translation unit, which is one a source file.
-[[maybe_unused]] TRC1_FileRecord file_record = {__BASE_FILE__, sizeof(__BASE_FILE__) - 1,
-                                                __DATE__,      sizeof(__DATE__) - 1,
-                                                __TIME__,      sizeof(__TIME__) - 1,
-                                                "1.0",         sizeof("1.0") - 1};
+[[maybe_unused]] TRC1_FileRecord file_record = {
+    __BASE_FILE__, sizeof(__BASE_FILE__) - 1, __DATE__, sizeof(__DATE__) - 1,
+    __TIME__,      sizeof(__TIME__) - 1,      "1.0",    sizeof("1.0") - 1};
 }  // namespace
 
 // A line that knows its place in the source and whether it is wanted. Calling it formats the text
@@ -121,9 +120,13 @@ class Scope {
 
 }  // namespace trace
 
-#define DCW_TRACE(name)                                                                    \
-  static TRC1_UnitRecord trace_unit_record = {&trace::file_record, name, sizeof(name) - 1, \
-                                              __LINE__,            &TRC1_Generation,       \
-                                              TRC1_UnitOptions,    0,                      \
-                                              0};                                          \
+#define DCW_TRACE(name)                                            \
+  static TRC1_UnitRecord trace_unit_record = {&trace::file_record, \
+                                              name,                \
+                                              sizeof(name) - 1,    \
+                                              __LINE__,            \
+                                              &TRC1_Generation,    \
+                                              TRC1_UnitOptions,    \
+                                              0,                   \
+                                              0};                  \
   trace::Scope trace(trace_unit_record)

@@ -42,7 +42,7 @@ struct TRC1_UnitRecord {
   std::uint32_t function_name_length;
   std::uint32_t first_line;
   const std::atomic<std::uint32_t>* generation_source;  // changes with every trace reconfiguration
-  std::uint32_t options;                                 // written as 512
+  std::uint32_t options;                                // written as 512
   std::atomic<std::uint32_t> cached_flags;
   std::atomic<std::uint32_t> cached_generation;
 };

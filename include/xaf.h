@@ -15,7 +15,7 @@
 
 class xaftable;
 class TableManager;
-struct RequestDetail;              // the framework's own: the agent only passes these on
+struct RequestDetail;  // the framework's own: the agent only passes these on
 struct ContextInfo;
 struct XaftableAutomationCapsule;
 
@@ -93,13 +93,13 @@ class XAF_API xaftable {
  public:
   virtual std::int32_t AddData(char* rows, std::int32_t count) = 0;
 
-  std::uint32_t NumDataItems() const;     // rows held
-  const char* Data(int index) const;      // address of a held row, or null
-  void ClearCount();                      // forgets the rows held
-  std::uint32_t Handle() const;           // stands for the object; never 0
+  std::uint32_t NumDataItems() const;  // rows held
+  const char* Data(int index) const;   // address of a held row, or null
+  void ClearCount();                   // forgets the rows held
+  std::uint32_t Handle() const;        // stands for the object; never 0
   // Finds and holds the object, or null when it is gone. Every one held must be dropped.
   static xaftable* UseHandle(std::uint32_t handle);
-  std::uint32_t Dispatch();               // sends the rows held; 0 on success
+  std::uint32_t Dispatch();  // sends the rows held; 0 on success
   void Drop();
 
  protected:

@@ -71,7 +71,7 @@ class Directory {
 using CounterStatus = std::int32_t;
 
 struct CounterPath {
-  std::string machine;   // without backslashes; empty for the local machine
+  std::string machine;  // without backslashes; empty for the local machine
   std::string object;
   std::string parent;    // empty for none
   std::string instance;  // empty for none

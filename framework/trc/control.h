@@ -15,7 +15,7 @@ enum class Kind { kEntry, kExit, kText, kDump };
 
 struct Line {
   Kind kind = Kind::kText;
-  std::string file;      // base name of the source file
+  std::string file;  // base name of the source file
   std::string function;
   std::uint32_t source_line = 0;
   std::uint32_t thread = 0;
@@ -49,7 +49,7 @@ class TRC_API Capture {
   Capture& operator=(const Capture&) = delete;
 
   std::vector<Line> lines() const;
-  std::vector<std::string> texts() const;               // of kText lines, in order
+  std::vector<std::string> texts() const;                // of kText lines, in order
   std::size_t count(std::string_view exact_text) const;  // kText lines with exactly this text
   bool contains(std::string_view part) const;            // any line whose text holds this
  private:

@@ -1,0 +1,128 @@
+#pragma once
+// A table is one thing, said once: a constexpr Definition in tables/catalogue/. Offsets, row size,
+// lower-case names, column metadata, the row type and the table's classes follow from it at compile
+// time, so that no column name is ever written twice.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace tables {
+
+enum class ColumnType : std::uint16_t {
+  kInteger = 3,  // 32-bit signed, 4 bytes
+  kText = 9,     // single-byte text; fills its width, needs no zero end
+  kUtf8 = 12,    // UTF-8 text; likewise
+};
+
+struct Column {
+  const char* name;  // upper case
+  ColumnType type;
+  std::uint16_t width;   // bytes
+  const char* sentence;  // what it measures, its unit and special values
+};
+
+consteval Column integer(const char* name, const char* sentence) {
+  return {name, ColumnType::kInteger, 4, sentence};
+}
+consteval Column text(const char* name, std::uint16_t width, const char* sentence) {
+  return {name, ColumnType::kText, width, sentence};
+}
+consteval Column utf8(const char* name, std::uint16_t width, const char* sentence) {
+  return {name, ColumnType::kUtf8, width, sentence};
+}
+
+inline constexpr std::array kLongHead = {
+    text("ORIGINNODE", 64, "Name of the node that took the sample, padded with blanks."),
+    integer("SAMPLENO", "Number of the sample, counted by the agent since its start."),
+    integer("ROWNO", "Number of the row within the sample, counted from 1."),
+    text("TIMESTAMP", 16,
+         "Local time of the sample: years since 1900, month, day, hour, minute, "
+         "second, milliseconds, as CYYMMDDHHMMSSmmm."),
+    text("ZATTRIB", 64, "Reserved by the framework; always empty."),
+    text("ZVALUE", 64, "Reserved by the framework; always empty."),
+};
+
+inline constexpr std::array kShortHead = {
+    text("ORIGINNODE", 64, "Name of the node that took the sample, padded with blanks."),
+    text("TIMESTAMP", 16,
+         "Local time of the sample: years since 1900, month, day, hour, minute, "
+         "second, milliseconds, as CYYMMDDHHMMSSmmm."),
+};
+
+// The labels of a table's lines in the timing trace. They are not unique; nothing may key on them.
+struct Timing {
+  const char* word = nullptr;  // null: the table's sampling is not timed
+  int index = 0;
+};
+inline constexpr Timing kNotTimed = {};
+
+template <std::size_t kCount>
+struct Definition {
+  const char* name;      // upper case, for instance "DCWNTDSAB"
+  const char* sentence;  // what one row tells
+  Timing timing;
+  std::array<Column, kCount> columns;  // the head first
+
+  static constexpr std::size_t column_count = kCount;
+  // How many rows the framework makes room for at a time; says nothing of how many there can be.
+  static constexpr std::uint32_t allocation_default = 2;
+
+  constexpr std::size_t row_size() const { return offset(kCount); }
+  constexpr std::size_t offset(std::size_t column) const {
+    std::size_t sum = 0;
+    for (std::size_t i = 0; i < column; ++i) sum += columns[i].width;
+    return sum;
+  }
+  // The position of the column of that upper-case name, or kCount.
+  constexpr std::size_t find(std::string_view column) const {
+    for (std::size_t i = 0; i < kCount; ++i) {
+      if (column == columns[i].name) return i;
+    }
+    return kCount;
+  }
+};
+
+template <std::size_t kHead, typename... Own>
+consteval auto define(const std::array<Column, kHead>& head, const char* name, const char* sentence,
+                      Timing timing, Own... own) {
+  Definition<kHead + sizeof...(Own)> table{name, sentence, timing, {}};
+  std::size_t next = 0;
+  for (const Column& column : head) table.columns[next++] = column;
+  ((table.columns[next++] = own), ...);
+  return table;
+}
+
+// A column name as a template argument: row.set<"ABANRPS">(7).
+template <std::size_t kSize>
+struct Name {
+  char text[kSize];
+  consteval Name(const char (&source)[kSize]) {  // NOLINT: meant to convert
+    for (std::size_t i = 0; i < kSize; ++i) text[i] = source[i];
+  }
+  constexpr std::string_view view() const { return {text, kSize - 1}; }
+};
+
+constexpr char lower_case(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+
+// The lower-case names of a table and its columns, made once at compile time.
+template <const auto& kTable>
+struct LowerNames {
+  static constexpr std::size_t kLongest = 32;
+  using Text = std::array<char, kLongest>;
+
+  static constexpr Text lowered(const char* name) {
+    Text result{};
+    for (std::size_t i = 0; name[i] != '\0'; ++i) result.at(i) = lower_case(name[i]);
+    return result;
+  }
+  static constexpr Text table = lowered(kTable.name);
+  static constexpr auto columns = [] {
+    std::array<Text, kTable.column_count> result{};
+    for (std::size_t i = 0; i < result.size(); ++i) result[i] = lowered(kTable.columns[i].name);
+    return result;
+  }();
+};
+
+}  // namespace tables

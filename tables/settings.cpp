@@ -1,0 +1,19 @@
+#include "include/settings.h"
+
+std::atomic<std::int32_t> g_pingCount{1};
+std::atomic<std::int32_t> g_pingSize{32};
+std::atomic<std::int32_t> g_pingTimeout{2000};
+std::atomic<std::int32_t> g_sleepWhileIterating{1};
+std::atomic<std::int32_t> g_cacheInterval{0};
+std::atomic<std::int32_t> g_numberOfObjectsInterval{0};
+std::atomic<std::int32_t> g_sysvolTestInterval{0};
+std::atomic<std::int32_t> g_sysvolVerificationInterval{0};
+std::atomic<std::int32_t> g_fileCreationGap{15};
+std::atomic<std::uint8_t> g_forceReplication{1};
+std::atomic<std::int32_t> g_osMajorVersion{0};
+std::atomic<std::int32_t> g_osMinorVersion{0};
+std::atomic<HANDLE> hTerminateEvent{nullptr};
+std::atomic<HANDLE> g_allocateGlobalsEvent{nullptr};
+SYS1_Lock g_collectLock;
+std::atomic<HANDLE> g_sysvolClearEvent{nullptr};
+std::atomic<HANDLE> g_sysvolThreadHandle{nullptr};
