@@ -79,15 +79,26 @@ struct CounterPath {
   std::string counter;
 };
 
+// A counter found by its path, to be read by its number from then on.
+struct CounterReference {
+  std::uint64_t number = 0;
+  bool rate = false;  // computed from two samples: the first collection alone gives no value
+};
+
 class CounterSource {
  public:
   virtual ~CounterSource() = default;
   // 0, or the PDH status that validation of the path gives now.
   virtual CounterStatus validate(const CounterPath& path) = 0;
+  // 0 and the reference of a counter that the source knows, whether or not its instance is there
+  // now; otherwise the status that says what is unknown. References stay good with the source.
+  virtual CounterStatus find(const CounterPath& path, CounterReference& reference) = 0;
   // The moment that a collection made now would read; handed back to value().
   virtual std::uint64_t snapshot() = 0;
-  virtual CounterStatus value(const CounterPath& path, std::uint64_t snapshot, double& value) = 0;
-  // Names of the objects, and of an object's counters and instances, in the source's order.
+  // 0 and the value, or what was not there at that moment.
+  virtual CounterStatus value(std::uint64_t number, std::uint64_t snapshot, double& value) = 0;
+  // Names of the objects, and of an object's counters and of the instances that it has now, in the
+  // source's order. Instances that share a name are listed as often as they are.
   virtual std::vector<std::string> objects() = 0;
   virtual CounterStatus items(std::string_view object, std::vector<std::string>& counters,
                               std::vector<std::string>& instances) = 0;
