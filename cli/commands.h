@@ -1,0 +1,37 @@
+#pragma once
+// The commands of dirwatch. Each gives the process's exit status: 0 when it did what was asked, 1
+// when it could not or nothing came, 2 when it was asked wrongly. Messages for people go to the
+// standard error stream; the standard output holds only what was asked for.
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+struct TablesOptions {
+  std::string table;            // empty: all of them
+  std::string format = "text";  // text or json
+};
+int tables_command(const TablesOptions& options);
+
+struct SampleOptions {
+  std::vector<std::string> tables;  // none: every table whose collector is built
+  std::string controller;           // empty: the environment's, else the embedded recording
+  std::string configuration;        // a TOML file; empty: none
+  std::string format = "table";     // table, json or csv
+};
+int sample_command(const SampleOptions& options);
+
+struct RunOptions {
+  std::string controller;
+  std::string configuration;
+};
+int run_command(const RunOptions& options);
+
+struct RecordOptions {
+  std::string controller;
+  std::string output;  // a folder that does not exist yet, or is empty
+};
+int record_command(const RecordOptions& options);
+
+}  // namespace cli

@@ -1,0 +1,17 @@
+#pragma once
+// What differs between the systems that dirwatch runs on: where the controller comes from. On Linux
+// the platform layer answers from one; on Windows the operating system itself does.
+
+#include <string>
+
+namespace cli {
+
+// Opens the controller of that place and lets it answer from now on; an empty place keeps the
+// default. False, with the reason and what to do next, when it cannot be opened.
+bool use_controller(const std::string& place, std::string& error);
+
+// Writes a recording of the live controller of that place into the folder, with progress on the
+// standard error stream. False, with the reason, on failure; no half-written folder is left.
+bool record_controller(const std::string& place, const std::string& folder, std::string& error);
+
+}  // namespace cli

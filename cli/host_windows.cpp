@@ -1,0 +1,16 @@
+#include "cli/host.h"
+
+namespace cli {
+
+bool use_controller(const std::string& place, std::string& error) {
+  if (place.empty()) return true;
+  error = "on Windows the agent always asks the machine it runs on; leave --controller out";
+  return false;
+}
+
+bool record_controller(const std::string&, const std::string&, std::string& error) {
+  error = "recordings are written by the Linux program; point it at this controller with ldap://";
+  return false;
+}
+
+}  // namespace cli
