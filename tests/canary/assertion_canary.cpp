@@ -1,0 +1,3 @@
+#include <gtest/gtest.h>
+
+TEST(Canary, AFalseAssertionFails) { EXPECT_EQ(2 + 2, 5); }
