@@ -33,23 +33,29 @@ consteval Column utf8(const char* name, std::uint16_t width, const char* sentenc
   return {name, ColumnType::kUtf8, width, sentence};
 }
 
-inline constexpr std::array kLongHead = {
-    text("ORIGINNODE", 64, "Name of the node that took the sample, padded with blanks."),
-    integer("SAMPLENO", "Number of the sample, counted by the agent since its start."),
-    integer("ROWNO", "Number of the row within the sample, counted from 1."),
-    text("TIMESTAMP", 16,
-         "Local time of the sample: years since 1900, month, day, hour, minute, "
-         "second, milliseconds, as CYYMMDDHHMMSSmmm."),
-    text("ZATTRIB", 64, "Reserved by the framework; always empty."),
-    text("ZVALUE", 64, "Reserved by the framework; always empty."),
-};
+// The columns that begin every row: a long head, or a short one for tables that number nothing.
+namespace head {
+inline constexpr Column kNode =
+    text("ORIGINNODE", 64, "Name of the node that the agent runs on, padded with blanks.");
+inline constexpr Column kSample = integer(
+    "SAMPLENO",
+    "Number of the sample, or in a cached table of the collection that made the row, counted from "
+    "1 since the agent started; 0 in tables that do not count.");
+inline constexpr Column kRow = integer(
+    "ROWNO", "Number of the row in its sample, from 1; tables that count otherwise say so.");
+inline constexpr Column kTime = text(
+    "TIMESTAMP", 16,
+    "Local time at which the row was made: years since 1900 (3 digits), month, day, hour, minute, "
+    "second (2 digits each) and milliseconds (3 digits, always 000).");
+inline constexpr Column kAttribute =
+    text("ZATTRIB", 64, "Reserved for the receiving side; always empty (zero bytes).");
+inline constexpr Column kValue =
+    text("ZVALUE", 64, "Reserved for the receiving side; always empty (zero bytes).");
+}  // namespace head
 
-inline constexpr std::array kShortHead = {
-    text("ORIGINNODE", 64, "Name of the node that took the sample, padded with blanks."),
-    text("TIMESTAMP", 16,
-         "Local time of the sample: years since 1900, month, day, hour, minute, "
-         "second, milliseconds, as CYYMMDDHHMMSSmmm."),
-};
+inline constexpr std::array kLongHead = {head::kNode, head::kSample,    head::kRow,
+                                         head::kTime, head::kAttribute, head::kValue};
+inline constexpr std::array kShortHead = {head::kNode, head::kTime};
 
 // The labels of a table's lines in the timing trace. They are not unique; nothing may key on them.
 struct Timing {
