@@ -1,0 +1,86 @@
+// Questions to a server's root object.
+
+#include <cstdlib>
+
+#include "directory/dns_utils.h"
+#include "directory/patterns.h"
+
+using directory::bind_object;
+using directory::copy_out;
+using directory::Path;
+using directory::Reference;
+using directory::text_of;
+using directory::Variant;
+using directory::view;
+
+namespace {
+
+// An attribute of the root object as text; false, traced, when it cannot be read.
+bool read_level(const trace::Scope& trace, IADs* root, const char* attribute, std::string& text) {
+  Variant value;
+  const HRESULT result = directory::read(root, attribute, value);
+  if (FAILED(result)) {
+    trace.error()("pObj->Get(%s) Failed. Error number: %x\n", attribute, unsigned(result));
+    return false;
+  }
+  text = text_of(value);
+  return true;
+}
+
+}  // namespace
+
+int DNSUtils::GetRootDSEInfo(const char* server, RootDSEInfo& info) {
+  DCW_TRACE("GetRootDSEInfo");
+  info = {};
+  const Path<260> path(trace, L"LDAP://%S/rootDSE", {view(server)});
+  Reference<IADs> root;
+  HRESULT result = bind_object(path.wide(), root);
+  if (SUCCEEDED(result) && !root) result = E_NOINTERFACE;
+  if (FAILED(result)) {
+    trace.error()("ADsGetObject Failed. Error number: %x\n", unsigned(result));
+    return trace.returns(ADSI_OBJECT_ERR);
+  }
+  std::string text;
+  if (read_level(trace, root.get(), "rootDomainNamingContext", text)) {
+    copy_out(trace, info.rootDomainName, text);
+    copy_out(trace, info.rootFQDN, text);
+  }
+  const struct {
+    const char* attribute;
+    std::int32_t* level;
+  } levels[] = {{"domainControllerFunctionality", &info.dcFunctionality},
+                {"domainFunctionality", &info.domainFunctionality},
+                {"forestFunctionality", &info.forestFunctionality}};
+  for (const auto& [attribute, level] : levels) {
+    // Levels come as strings.
+    if (read_level(trace, root.get(), attribute, text)) *level = std::atoi(text.c_str());
+  }
+  return trace.returns(0);
+}
+
+int DNSUtils::GetNamingContexts(const char* server, std::vector<std::string>& contexts) {
+  DCW_TRACE("GetNamingContexts");
+  const Path<260> path(trace, L"LDAP://%S/rootDSE", {view(server)});
+  trace.detail()("Root DSE Object: %s\n", path.narrow().c_str());
+  Reference<IADs> root;
+  HRESULT result = bind_object(path.wide(), root);
+  if (SUCCEEDED(result) && !root) result = E_NOINTERFACE;
+  if (FAILED(result)) {
+    trace.error()("ADsGetObject Failed. Error number: %x\n", unsigned(result));
+    return trace.returns(ADSI_OBJECT_ERR);
+  }
+  Variant values;
+  result = directory::read(root.get(), "namingContexts", values);
+  if (FAILED(result)) {
+    trace.error()("pObj->Get Failed. Error number: %x\n", unsigned(result));
+    return trace.returns(ADSI_OBJECT_ERR);
+  }
+  directory::ArrayMessages messages;
+  messages.traces_bounds = true;
+  return trace.returns(directory::walk_values(trace, values, messages, [&](const Variant& value) {
+    char name[225];
+    copy_out(trace, name, text_of(value));
+    trace.detail()("Naming Context %s\n", name);
+    contexts.emplace_back(name);
+  }));
+}

@@ -1,0 +1,63 @@
+#include "directory/text.h"
+
+#include <algorithm>
+
+#include "include/platform/text.h"
+
+namespace directory {
+
+std::wstring widened(std::string_view narrow) {
+  if (narrow.empty()) return {};
+  const int length = static_cast<int>(narrow.size());
+  const int size = MultiByteToWideChar(CP_ACP, 0, narrow.data(), length, nullptr, 0);
+  std::wstring wide(static_cast<std::size_t>(std::max(size, 0)), L'\0');
+  if (size > 0) MultiByteToWideChar(CP_ACP, 0, narrow.data(), length, wide.data(), size);
+  return wide;
+}
+
+std::string narrowed(std::wstring_view wide) {
+  if (wide.empty()) return {};
+  const int length = static_cast<int>(wide.size());
+  const int size =
+      WideCharToMultiByte(CP_ACP, 0, wide.data(), length, nullptr, 0, nullptr, nullptr);
+  std::string narrow(static_cast<std::size_t>(std::max(size, 0)), '\0');
+  if (size > 0) {
+    WideCharToMultiByte(CP_ACP, 0, wide.data(), length, narrow.data(), size, nullptr, nullptr);
+  }
+  return narrow;
+}
+
+std::string text_of(const Variant& value) {
+  if (value.type() != VT_BSTR || value.get().bstrVal == nullptr) return {};
+  return narrowed(value.get().bstrVal);
+}
+
+void copy_out(const trace::Scope& trace, std::span<char> target, std::string_view text) {
+  if (target.empty()) return;
+  const std::size_t length = std::min(text.size(), target.size() - 1);
+  if (length < text.size()) {
+    trace.error()("Text of %zu characters cut to %zu", text.size(), length);
+  }
+  std::copy_n(text.data(), length, target.data());
+  std::fill(target.begin() + static_cast<std::ptrdiff_t>(length), target.end(), '\0');
+}
+
+void format_path(const trace::Scope& trace, std::span<wchar_t> target, std::wstring_view form,
+                 std::initializer_list<std::string_view> arguments) {
+  std::wstring path;
+  const auto* argument = arguments.begin();
+  for (std::size_t at = form.find(L"%S"); at != form.npos; at = form.find(L"%S")) {
+    path.append(form.substr(0, at));
+    if (argument != arguments.end()) path.append(widened(*argument++));
+    form.remove_prefix(at + 2);
+  }
+  path.append(form);
+  const std::size_t length = std::min(path.size(), target.size() - 1);
+  if (length < path.size()) {
+    trace.error()("Path of %zu characters cut to %zu", path.size(), length);
+  }
+  std::copy_n(path.data(), length, target.data());
+  std::fill(target.begin() + static_cast<std::ptrdiff_t>(length), target.end(), L'\0');
+}
+
+}  // namespace directory
