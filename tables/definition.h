@@ -112,23 +112,54 @@ struct Name {
 
 constexpr char lower_case(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
 
-// The lower-case names of a table and its columns, made once at compile time.
+// What a table's classes need of its definition at run time, worked out at compile time: everything
+// but the sentences, which so stay out of programs that do not show them.
 template <const auto& kTable>
-struct LowerNames {
-  static constexpr std::size_t kLongest = 32;
-  using Text = std::array<char, kLongest>;
+struct Layout {
+  using LowerName = std::array<char, 16>;
+  struct Field {
+    std::string_view name;  // upper case
+    const char* lower;
+    std::uint16_t offset;
+    std::uint16_t width;
+    ColumnType type;
+  };
 
-  static constexpr Text lowered(const char* name) {
-    Text result{};
-    for (std::size_t i = 0; name[i] != '\0'; ++i) result.at(i) = lower_case(name[i]);
+  static constexpr std::size_t row_size = kTable.row_size();
+  static constexpr std::size_t column_count = kTable.column_count;
+
+  static constexpr LowerName lowered(std::string_view name) {
+    LowerName result{};
+    if (name.size() >= result.size()) throw "a name is too long";  // at compile time
+    for (std::size_t i = 0; i < name.size(); ++i) result[i] = lower_case(name[i]);
     return result;
   }
-  static constexpr Text table = lowered(kTable.name);
-  static constexpr auto columns = [] {
-    std::array<Text, kTable.column_count> result{};
-    for (std::size_t i = 0; i < result.size(); ++i) result[i] = lowered(kTable.columns[i].name);
+  static constexpr const char* table = kTable.name;
+  static constexpr LowerName lower_table = lowered(kTable.name);
+  static constexpr auto lower_columns = [] {
+    std::array<LowerName, column_count> result{};
+    for (std::size_t i = 0; i < column_count; ++i) result[i] = lowered(kTable.columns[i].name);
     return result;
   }();
+  static constexpr auto fields = [] {
+    std::array<Field, column_count> result{};
+    std::size_t offset = 0;
+    for (std::size_t i = 0; i < column_count; ++i) {
+      const Column& column = kTable.columns[i];
+      result[i] = {column.name, lower_columns[i].data(), static_cast<std::uint16_t>(offset),
+                   column.width, column.type};
+      offset += column.width;
+    }
+    return result;
+  }();
+
+  // The column of that upper-case name, or null. Lower case is deliberately another name.
+  static constexpr const Field* find(std::string_view column) {
+    for (const Field& field : fields) {
+      if (field.name == column) return &field;
+    }
+    return nullptr;
+  }
 };
 
 }  // namespace tables

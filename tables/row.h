@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <type_traits>
 
 #include "tables/definition.h"
 
@@ -15,7 +16,7 @@ namespace tables {
 template <const auto& kTable>
 class Row {
  public:
-  static constexpr std::size_t kSize = kTable.row_size();
+  static constexpr std::size_t kSize = Layout<kTable>::row_size;
 
   // All bytes zero.
   Row() { clear(); }
@@ -25,63 +26,66 @@ class Row {
   const char* data() const { return bytes_; }
 
   template <Name kName>
-  static constexpr std::size_t index_of() {
+  static constexpr typename Layout<kTable>::Field column() {
     constexpr std::size_t index = kTable.find(kName.view());
     static_assert(index < kTable.column_count, "the table has no column of that name");
-    return index;
+    return Layout<kTable>::fields[index];
   }
   template <Name kName>
   static constexpr std::size_t width() {
-    return kTable.columns[index_of<kName>()].width;
+    return std::integral_constant<std::size_t, column<kName>().width>::value;
   }
 
   // The column's bytes in the row.
   template <Name kName>
   char* field() {
-    return bytes_ + kTable.offset(index_of<kName>());
+    return bytes_ + std::integral_constant<std::size_t, column<kName>().offset>::value;
   }
   template <Name kName>
   const char* field() const {
-    return bytes_ + kTable.offset(index_of<kName>());
+    return bytes_ + std::integral_constant<std::size_t, column<kName>().offset>::value;
   }
 
   template <Name kName>
   void set(std::int32_t value) {
-    static_assert(kTable.columns[index_of<kName>()].type == ColumnType::kInteger);
+    static_assert(column<kName>().type == ColumnType::kInteger, "the column holds text");
     std::memcpy(field<kName>(), &value, sizeof value);
   }
   // Text padded with blanks to the column's width, or cut at it; no zero end.
   template <Name kName>
   void set(std::string_view value) {
-    static_assert(kTable.columns[index_of<kName>()].type != ColumnType::kInteger);
-    const std::size_t length = std::min(value.size(), width<kName>());
-    std::memcpy(field<kName>(), value.data(), length);
-    std::memset(field<kName>() + length, ' ', width<kName>() - length);
+    fill<kName>(value, ' ');
   }
   // Text followed by zeros up to the column's width, or cut at it: how records of fixed buffers
   // reach their columns.
   template <Name kName>
   void set_zero_padded(std::string_view value) {
-    static_assert(kTable.columns[index_of<kName>()].type != ColumnType::kInteger);
-    const std::size_t length = std::min(value.size(), width<kName>());
-    std::memcpy(field<kName>(), value.data(), length);
-    std::memset(field<kName>() + length, 0, width<kName>() - length);
+    fill<kName>(value, '\0');
   }
 
   template <Name kName>
   std::int32_t integer() const {
-    static_assert(kTable.columns[index_of<kName>()].type == ColumnType::kInteger);
+    static_assert(column<kName>().type == ColumnType::kInteger, "the column holds text");
     std::int32_t value;
     std::memcpy(&value, field<kName>(), sizeof value);
     return value;
   }
+  // The column's full width.
   template <Name kName>
   std::string_view text() const {
-    static_assert(kTable.columns[index_of<kName>()].type != ColumnType::kInteger);
+    static_assert(column<kName>().type != ColumnType::kInteger, "the column holds a number");
     return {field<kName>(), width<kName>()};
   }
 
  private:
+  template <Name kName>
+  void fill(std::string_view value, char padding) {
+    static_assert(column<kName>().type != ColumnType::kInteger, "the column holds a number");
+    const std::size_t length = std::min(value.size(), width<kName>());
+    std::copy_n(value.data(), length, field<kName>());
+    std::memset(field<kName>() + length, padding, width<kName>() - length);
+  }
+
   char bytes_[kSize];
 };
 

@@ -26,8 +26,10 @@ struct AgentState {};
 template <const auto& kTable>
 class Base : public xaftable {
  public:
+  using Layout = tables::Layout<kTable>;
+
   void PrintSelf() override;
-  std::uint32_t GetColumnCount() override { return kTable.column_count; }
+  std::uint32_t GetColumnCount() override;
   std::int32_t GetColumnInfo(ColumnInfo* info, int index) override;
   // Offers each row to CheckForException and hands what passes to InsertRow, until one fails.
   std::int32_t AddData(char* rows, std::int32_t count) override;
@@ -35,16 +37,17 @@ class Base : public xaftable {
  protected:
   Base(RequestDetail* request, ContextInfo* context, TableManager* manager)
       : xaftable(request, context, manager) {
-    SetRowSize(static_cast<std::uint32_t>(kTable.row_size()));
+    DCW_TRACE("Base");
+    SetRowSize(static_cast<std::uint32_t>(Layout::row_size));
     SetAllocationDefault(kTable.allocation_default);
   }
-  ~Base() override = default;
+  ~Base() override { DCW_TRACE("~Base"); }
 
   int CheckColumnException(char* row, const char* column, _IntfOper operation,
                            char* threshold) override;
 
  private:
-  void print_column(const trace::Scope& trace, int row, std::size_t column) const;
+  void print_row(const trace::Scope& trace, const char* row) const;
 };
 
 template <const auto& kTable>
@@ -52,6 +55,7 @@ class Agent : public Base<kTable> {
  public:
   Agent(RequestDetail* request, ContextInfo* context, TableManager* manager)
       : Base<kTable>(request, context, manager) {
+    DCW_TRACE("Agent");
     TakeSampleConstructor();
   }
   void TakeSample() override;
@@ -59,7 +63,10 @@ class Agent : public Base<kTable> {
   AgentState<kTable> state;
 
  protected:
-  ~Agent() override { TakeSampleDestructor(); }
+  ~Agent() override {
+    DCW_TRACE("~Agent");
+    TakeSampleDestructor();
+  }
 
  private:
   void TakeSampleConstructor();
@@ -88,7 +95,7 @@ inline Manager<kTable>* g_manager = nullptr;
 template <const auto& kTable>
 std::int32_t init() {
   DCW_TRACE("init");
-  g_manager<kTable> = new (std::nothrow) Manager<kTable>(kApplication, kTable.name);
+  g_manager<kTable> = new (std::nothrow) Manager<kTable>(kApplication, Layout<kTable>::table);
   if (g_manager<kTable> == nullptr) return trace.returns(kNoMemoryForManager);
   return trace.returns(
       static_cast<std::int32_t>(TableManager::RegisterWithManager(g_manager<kTable>)));
@@ -103,17 +110,23 @@ std::int32_t event_arrived(char* rows, std::int32_t count) {
 }
 
 template <const auto& kTable>
+std::uint32_t Base<kTable>::GetColumnCount() {
+  DCW_TRACE("GetColumnCount");
+  return trace.returns(static_cast<std::uint32_t>(Layout::column_count));
+}
+
+template <const auto& kTable>
 std::int32_t Base<kTable>::GetColumnInfo(ColumnInfo* info, int index) {
   DCW_TRACE("GetColumnInfo");
-  constexpr int kCount = static_cast<int>(kTable.column_count);
+  constexpr int kCount = static_cast<int>(Layout::column_count);
   if (index < 0 || index > kCount) return trace.returns(kBadColumnIndex);
   // Deliberate: the index just behind the last column is no error, and leaves the record alone.
   if (index == kCount) return trace.returns(0);
-  const auto column = static_cast<std::size_t>(index);
-  info->name = LowerNames<kTable>::columns[column].data();
-  info->offset = static_cast<std::uint16_t>(kTable.offset(column));
-  info->width = kTable.columns[column].width;
-  info->type = static_cast<std::uint16_t>(kTable.columns[column].type);
+  const auto& field = Layout::fields[static_cast<std::size_t>(index)];
+  info->name = field.lower;
+  info->offset = field.offset;
+  info->width = field.width;
+  info->type = static_cast<std::uint16_t>(field.type);
   return trace.returns(0);
 }
 
@@ -121,21 +134,20 @@ template <const auto& kTable>
 int Base<kTable>::CheckColumnException(char* row, const char* column, _IntfOper operation,
                                        char* threshold) {
   DCW_TRACE("CheckColumnException");
-  const std::size_t index = kTable.find(column);
-  if (index == kTable.column_count) return trace.returns(0);
-  char* field = row + kTable.offset(index);
-  const Column& found = kTable.columns[index];
-  switch (found.type) {
+  const auto* field = Layout::find(column);
+  if (field == nullptr) return trace.returns(0);
+  char* bytes = row + field->offset;
+  switch (field->type) {
     case ColumnType::kInteger: {
       std::int32_t value;
-      std::memcpy(&value, field, sizeof value);
+      std::memcpy(&value, bytes, sizeof value);
       return trace.returns(this->IsException(operation, static_cast<long>(value), threshold));
     }
     case ColumnType::kText:
-      return trace.returns(this->IsException(operation, field, threshold, found.width));
+      return trace.returns(this->IsException(operation, bytes, threshold, field->width));
     case ColumnType::kUtf8:
-      return trace.returns(this->IsException(operation, field, threshold, found.width,
-                                             static_cast<IntfDtype>(found.type)));
+      return trace.returns(this->IsException(operation, bytes, threshold, field->width,
+                                             static_cast<IntfDtype>(field->type)));
   }
   return trace.returns(0);
 }
@@ -143,27 +155,28 @@ int Base<kTable>::CheckColumnException(char* row, const char* column, _IntfOper 
 template <const auto& kTable>
 std::int32_t Base<kTable>::AddData(char* rows, std::int32_t count) {
   DCW_TRACE("AddData");
+  const bool detail = trace.on(trace::kDetail);
   std::int32_t result = 0;
-  for (std::int32_t i = 0; i < count && result == 0; ++i) {
-    char* row = rows + static_cast<std::size_t>(i) * kTable.row_size();
-    if (this->CheckForException(row) == 0) continue;
-    trace.detail()("Passing row %d to InsertRow().", i);
-    result = static_cast<std::int32_t>(this->InsertRow(row));
+  for (std::int32_t i = 0; i < count; ++i, rows += Layout::row_size) {
+    if (this->CheckForException(rows) == 0) continue;
+    if (detail) trace.detail()("Passing row %d to InsertRow().", i);
+    result = static_cast<std::int32_t>(this->InsertRow(rows));
+    if (result != 0) break;
   }
   return trace.returns(result);
 }
 
 template <const auto& kTable>
-void Base<kTable>::print_column(const trace::Scope& trace, int row, std::size_t column) const {
-  // The range of the row is not acted on here: the caller walks only rows that are held.
-  const char* field = this->Data(row) + kTable.offset(column);
-  const char* name = LowerNames<kTable>::columns[column].data();
-  if (kTable.columns[column].type == ColumnType::kInteger) {
-    std::int32_t value;
-    std::memcpy(&value, field, sizeof value);
-    trace.always()("\t\t%s=%d\n", name, value);
-  } else {
-    trace.always()("\t\t%s=\"%.*s\"\n", name, int{kTable.columns[column].width}, field);
+void Base<kTable>::print_row(const trace::Scope& trace, const char* row) const {
+  for (const auto& field : Layout::fields) {
+    const char* bytes = row + field.offset;
+    if (field.type == ColumnType::kInteger) {
+      std::int32_t value;
+      std::memcpy(&value, bytes, sizeof value);
+      trace.always()("\t\t%s=%d\n", field.lower, value);
+    } else {
+      trace.always()("\t\t%s=\"%.*s\"\n", field.lower, int{field.width}, bytes);
+    }
   }
 }
 
@@ -171,9 +184,8 @@ template <const auto& kTable>
 void Base<kTable>::PrintSelf() {
   DCW_TRACE("PrintSelf");
   if (!trace.on(trace::kDump)) return;
-  const char* table = LowerNames<kTable>::table.data();
-  trace.always()("dcw_%s_base @%p <%u,%u>\n", table, static_cast<void*>(this), this->Handle(),
-                 this->NumDataItems());
+  trace.always()("dcw_%s_base @%p <%u,%u>\n", Layout::lower_table.data(), static_cast<void*>(this),
+                 this->Handle(), this->NumDataItems());
   trace.always()("\t::appl=%s,table=%s,interval=%d,samptype=%d\n", this->ApplicationName(),
                  this->TableName(), static_cast<int>(this->_get_interval()),
                  static_cast<int>(this->_get_sampletype()));
@@ -184,9 +196,8 @@ void Base<kTable>::PrintSelf() {
                  static_cast<int>(this->AllocationDefault()));
   for (int row = 0; row < static_cast<int>(this->NumDataItems()); ++row) {
     trace.always()("\t\t{\n");
-    for (std::size_t column = 0; column < kTable.column_count; ++column) {
-      print_column(trace, row, column);
-    }
+    // The row's address is null when another thread has emptied the object since it was counted.
+    if (const char* bytes = this->Data(row); bytes != nullptr) print_row(trace, bytes);
     trace.always()("\t\t}\n");
   }
   trace.always()("}\n");
