@@ -6,6 +6,7 @@
 #else
 
 #include "platform/base.h"
+#include "platform/time.h"
 
 struct HKEY__;
 using HKEY = HKEY__*;
