@@ -2,13 +2,14 @@
 // Text between wide and narrow, comparisons that ignore letter case, and numbers as text. Narrow
 // text of the process code page is UTF-8 away from Windows.
 
+#include <cstddef>
+#include <string>
+
 #include "platform/base.h"
 #ifdef _WIN32
 #include <stdlib.h>
 #include <string.h>
 #else
-
-#include <cstddef>
 
 #define CP_ACP 0u
 #define CP_UTF8 65001u
@@ -34,3 +35,27 @@ char* _ltoa(long value, char* text, int radix);
 char* _ultoa(unsigned long value, char* text, int radix);
 
 #endif
+
+// One 16-bit unit of UTF-16 text. Wide text of the platform is that on Windows, and whole
+// characters of 32 bits elsewhere.
+#ifdef _WIN32
+using Utf16 = wchar_t;
+#else
+using Utf16 = char16_t;
+#endif
+static_assert(sizeof(Utf16) == 2);
+
+// Wide text as UTF-16, for what takes nothing else; null gives an empty text.
+inline std::basic_string<Utf16> utf16_of(const wchar_t* text) {
+  std::basic_string<Utf16> result;
+  for (; text != nullptr && *text != 0; ++text) {
+    const auto code = static_cast<unsigned long>(*text);
+    if (code < 0x10000) {
+      result += static_cast<Utf16>(code);
+    } else {
+      result += static_cast<Utf16>(0xD800 + ((code - 0x10000) >> 10));
+      result += static_cast<Utf16>(0xDC00 + ((code - 0x10000) & 0x3FF));
+    }
+  }
+  return result;
+}
