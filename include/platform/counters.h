@@ -2,10 +2,11 @@
 // Performance counters, by the names of the Performance Data Helper library.
 
 #ifdef _WIN32
-#include <windows.h>
-
+// clang-format off
+#include "platform/base.h"
 #include <pdh.h>
 #include <pdhmsg.h>
+// clang-format on
 #else
 
 #include "platform/base.h"

@@ -2,7 +2,7 @@
 // The registry, by the names of the system's interface.
 
 #ifdef _WIN32
-#include <windows.h>
+#include "platform/base.h"
 #else
 
 #include "platform/base.h"
