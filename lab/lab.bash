@@ -1,0 +1,259 @@
+# Functions of the lab: a real Active Directory domain, served by Samba inside network namespaces,
+# for tests that hold our rows against other people's tools. Sourced by lab/samba-lab.sh; nothing
+# here runs by itself.
+#
+# A lab has an id. Everything it makes carries that id, so that labs live side by side and `down`
+# can take away all of it, whatever state it is in:
+#   namespaces   $LAB_ID-sw (the switch), $LAB_ID-NAME for each machine, $LAB_ID-cli for clients
+#   /etc/netns   one folder a machine: its resolv.conf and hosts
+#   $LAB_STATE   /run/dirwatch-lab/$LAB_ID: where its files are and whom it belongs to
+#   $LAB_ROOT    a folder of its own under ${TMPDIR:-/tmp}: databases, logs, keys
+# Addresses live on a bridge inside the switch namespace, so two labs may use the same ones.
+
+LAB_ID=${DIRWATCH_LAB_ID:-dwlab}
+LAB_STATE=/run/dirwatch-lab/$LAB_ID
+LAB_REALM=CORP.EXAMPLE
+LAB_DOMAIN=corp.example
+LAB_BASE=DC=corp,DC=example
+LAB_PASSWORD=Passw0rd.1
+LAB_PREFIX=10.53.1
+declare -A LAB_ADDRESS=([dc1]=$LAB_PREFIX.11 [dc2]=$LAB_PREFIX.12 [cli]=$LAB_PREFIX.100)
+declare -A LAB_LINK=([dc1]=v-dc1 [dc2]=v-dc2 [cli]=v-cli)
+
+say() { printf 'lab %s: %s\n' "$LAB_ID" "$*" >&2; }
+die() { say "$*"; exit 1; }
+
+# Exit status 77 means "cannot run here", which test runners count as skipped.
+cannot_run_here() { say "cannot run here: $*"; exit 77; }
+
+lab_check_requirements() {
+  local program
+  [[ $LAB_ID =~ ^[a-z][a-z0-9]{0,9}$ ]] || die "DIRWATCH_LAB_ID must be 1 to 10 of a-z0-9"
+  [[ $(id -u) == 0 ]] || cannot_run_here "network namespaces need root"
+  for program in ip unshare ss samba samba-tool ldbadd ldapsearch kinit dig; do
+    command -v "$program" >/dev/null ||
+      cannot_run_here "the program '$program' is missing (apt packages: tools/packages.txt)"
+  done
+  [[ -d /usr/share/samba/setup/ad-schema ]] ||
+    cannot_run_here "Samba's provisioning files are missing (apt package samba-ad-provision)"
+  ip netns add "$LAB_ID-probe" 2>/dev/null ||
+    cannot_run_here "this machine allows no network namespaces"
+  ip netns delete "$LAB_ID-probe"
+}
+
+lab_root() { cat "$LAB_STATE/root" 2>/dev/null; }
+
+# The folder of the running lab in LAB_ROOT, or the end of the program.
+lab_require() {
+  LAB_ROOT=$(lab_root)
+  [[ -n $LAB_ROOT && -d $LAB_ROOT ]] || die "is not up (lab/samba-lab.sh up)"
+}
+
+# nsrun MACHINE COMMAND...: runs a command on a machine of the lab, under the machine's host name.
+nsrun() {
+  local machine=$1
+  shift
+  ip netns exec "$LAB_ID-$machine" unshare -u sh -c 'hostname "$0"; exec "$@"' "$machine" "$@"
+}
+
+lab_make_switch() {
+  ip netns add "$LAB_ID-sw"
+  ip -n "$LAB_ID-sw" link set lo up
+  ip -n "$LAB_ID-sw" link add br0 type bridge
+  ip -n "$LAB_ID-sw" link set br0 up
+}
+
+# lab_make_machine NAME: a namespace with one interface on the switch; dc1 is everyone's name server.
+lab_make_machine() {
+  local name=$1 namespace=$LAB_ID-$1 address=${LAB_ADDRESS[$1]} link=${LAB_LINK[$1]}
+  ip netns add "$namespace"
+  ip -n "$namespace" link set lo up
+  ip -n "$LAB_ID-sw" link add "$link" type veth peer name eth0 netns "$namespace"
+  ip -n "$LAB_ID-sw" link set "$link" master br0 up
+  ip -n "$namespace" address add "$address/24" dev eth0
+  ip -n "$namespace" link set eth0 up
+  mkdir -p "/etc/netns/$namespace"
+  printf 'search %s\nnameserver %s\n' "$LAB_DOMAIN" "${LAB_ADDRESS[dc1]}" \
+    >"/etc/netns/$namespace/resolv.conf"
+  printf '127.0.0.1 localhost\n%s %s.%s %s\n' "$address" "$name" "$LAB_DOMAIN" "$name" \
+    >"/etc/netns/$namespace/hosts"
+}
+
+# Two controllers of one machine would meet in /run/samba, and the stock intervals of replication
+# are minutes: each controller gets folders of its own and intervals of seconds.
+lab_configure_controller() {
+  local folder=$LAB_ROOT/$1
+  mkdir -p "$folder/run" "$folder/log"
+  sed -i "/^\[global\]/a\\
+\\tpid directory = $folder/run\\
+\\tncalrpc dir = $folder/run/ncalrpc\\
+\\twinbindd socket directory = $folder/run/winbindd\\
+\\tntp signd socket directory = $folder/run/ntp\\
+\\tlog file = $folder/log/%m\\
+\\tldap server require strong auth = no\\
+\\tkccsrv:periodic_startup_interval = 1\\
+\\tkccsrv:periodic_interval = 5\\
+\\tdreplsrv:periodic_startup_interval = 1\\
+\\tdreplsrv:periodic_interval = 5\\
+\\tdreplsrv:notify_interval = 1" "$folder/etc/smb.conf"
+}
+
+lab_provision_first() {
+  nsrun dc1 samba-tool domain provision --realm=$LAB_REALM --domain=CORP --server-role=dc \
+    --adminpass=$LAB_PASSWORD --host-name=dc1 --host-ip="${LAB_ADDRESS[dc1]}" \
+    --dns-backend=SAMBA_INTERNAL --targetdir="$LAB_ROOT/dc1" \
+    --option="interfaces=${LAB_ADDRESS[dc1]}/24 lo" --option="bind interfaces only=yes" \
+    >"$LAB_ROOT/provision.log" 2>&1 || die "provisioning failed: $(tail -5 "$LAB_ROOT/provision.log")"
+  lab_configure_controller dc1
+}
+
+# Whether the controller answers: its directory is synchronised and DNS knows its domain.
+lab_serves() {
+  local address=${LAB_ADDRESS[$1]}
+  timeout 5 ip netns exec "$LAB_ID-cli" ldapsearch -x -LLL -H "ldap://$address" -b '' -s base \
+    -o nettimeout=2 isSynchronized 2>/dev/null | grep -q 'isSynchronized: TRUE' &&
+    [[ -n $(timeout 5 ip netns exec "$LAB_ID-cli" dig +short +time=1 +tries=1 "@$address" \
+      "_ldap._tcp.dc._msdcs.$LAB_DOMAIN" SRV 2>/dev/null) ]]
+}
+
+lab_start_controller() {
+  local name=$1 folder=$LAB_ROOT/$1 deadline=$((SECONDS + 60))
+  mkdir -p "$folder/run" && rm -f "$folder/run/"*.pid
+  nsrun "$name" setsid samba -i --no-process-group -M prefork -s "$folder/etc/smb.conf" \
+    </dev/null >"$folder/log/console" 2>&1 &
+  disown
+  until lab_serves "$name"; do
+    ((SECONDS < deadline)) || die "$name does not serve: $(tail -5 "$folder/log/console")"
+    sleep 0.1
+  done
+}
+
+# Ends every process inside a namespace; it comes back when none is left.
+lab_end_processes() {
+  local namespace=$1 signal=TERM pids deadline=$((SECONDS + 10))
+  while pids=$(ip netns pids "$namespace" 2>/dev/null) && [[ -n $pids ]]; do
+    # shellcheck disable=SC2086  # one word a process
+    kill -$signal $pids 2>/dev/null
+    # A process that was stopped only ends once it may run again.
+    # shellcheck disable=SC2086
+    kill -CONT $pids 2>/dev/null
+    sleep 0.05
+    ((SECONDS < deadline)) || die "processes of $namespace do not end: $pids"
+    signal=KILL
+  done
+}
+
+lab_stop_controller() {
+  local pid deadline=$((SECONDS + 5))
+  pid=$(cat "$LAB_ROOT/$1/run/samba.pid" 2>/dev/null) && kill -TERM "$pid" 2>/dev/null
+  while [[ -n $pid ]] && kill -0 "$pid" 2>/dev/null && ((SECONDS < deadline)); do sleep 0.02; done
+  lab_end_processes "$LAB_ID-$1"
+}
+
+# The processes that hold the LDAP ports of a controller.
+lab_ldap_pids() {
+  ip netns exec "$LAB_ID-$1" ss -Hltnp 'sport = :389 or sport = :636' |
+    grep -o 'pid=[0-9]*' | cut -d= -f2 | sort -u
+}
+
+# A frozen server takes connections and never answers, which no tool of the network can imitate.
+lab_signal_ldap() {
+  local signal=$1 pids
+  pids=$(lab_ldap_pids "$2")
+  [[ -n $pids ]] || die "$2 has no LDAP processes"
+  # shellcheck disable=SC2086
+  kill -"$signal" $pids
+}
+
+# Adds N containers below the domain's head, straight into the controller's database: much faster
+# than over the network, and a running server sees them at once. Without batch_mode every record opens
+# a transaction of its own inside the big one, and 20,000 take minutes.
+lab_add_containers() {
+  local count=$1 folder=$LAB_ROOT/dc1
+  awk -v count="$count" -v base="$LAB_BASE" 'BEGIN {
+    for (i = 1; i <= count; i++)
+      printf "dn: CN=Container %05d,%s\nobjectClass: container\ncn: Container %05d\n\n", i, base, i
+  }' >"$LAB_ROOT/containers.ldif"
+  nsrun dc1 ldbadd -o batch_mode:1 -H "$folder/private/sam.ldb" --configfile="$folder/etc/smb.conf" \
+    "$LAB_ROOT/containers.ldif" >"$LAB_ROOT/ldbadd.log" 2>&1 ||
+    die "adding containers failed: $(tail -3 "$LAB_ROOT/ldbadd.log")"
+  say "$(tail -1 "$LAB_ROOT/ldbadd.log")"
+}
+
+# What a client needs for Kerberos, and a ticket of the administrator.
+lab_make_client() {
+  cat >"$LAB_ROOT/krb5.conf" <<END
+[libdefaults]
+  default_realm = $LAB_REALM
+  dns_lookup_kdc = true
+  rdns = false
+END
+  printf '%s' "$LAB_PASSWORD" >"$LAB_ROOT/password"
+  chmod 600 "$LAB_ROOT/password"
+  KRB5_CONFIG=$LAB_ROOT/krb5.conf KRB5CCNAME=FILE:$LAB_ROOT/ticket ip netns exec "$LAB_ID-cli" \
+    kinit "Administrator@$LAB_REALM" <"$LAB_ROOT/password" >"$LAB_ROOT/kinit.log" 2>&1 ||
+    die "kinit failed: $(cat "$LAB_ROOT/kinit.log")"
+}
+
+# Takes the lab away when the process that owns it ends, however it ends.
+lab_watch_owner() {
+  local owner=$1
+  setsid bash -c 'tail --pid="$1" -f /dev/null; exec "$2" down' watch "$owner" "$LAB_PROGRAM" \
+    </dev/null >/dev/null 2>&1 &
+  echo $! >"$LAB_STATE/watcher"
+  disown
+}
+
+lab_down() {
+  local namespace root watcher
+  root=$(lab_root)
+  for namespace in $(ip netns list 2>/dev/null | awk '{print $1}' | grep "^$LAB_ID-"); do
+    lab_end_processes "$namespace"
+    ip netns delete "$namespace"
+    rm -rf "/etc/netns/$namespace"
+  done
+  rm -rf "/etc/netns/$LAB_ID-"*
+  [[ -n $root ]] && rm -rf "$root"
+  watcher=$(cat "$LAB_STATE/watcher" 2>/dev/null)
+  rm -rf "$LAB_STATE"
+  # Last, because the watcher itself may be the one that runs this.
+  [[ -n $watcher ]] && kill -- "-$watcher" 2>/dev/null
+  return 0
+}
+
+lab_up() {
+  local owner=$1 began=$SECONDS
+  [[ -z $(lab_root) ]] || die "is up already (lab/samba-lab.sh down takes it away)"
+  lab_down
+  mkdir -p "$LAB_STATE"
+  LAB_ROOT=$(mktemp -d "${TMPDIR:-/tmp}/dirwatch-lab-$LAB_ID.XXXXXX")
+  chmod 755 "$LAB_ROOT"
+  echo "$LAB_ROOT" >"$LAB_STATE/root"
+  [[ -n $owner ]] && lab_watch_owner "$owner"
+  say "making namespaces"
+  lab_make_switch
+  lab_make_machine dc1
+  lab_make_machine cli
+  say "provisioning the domain $LAB_DOMAIN"
+  lab_provision_first
+  say "starting dc1"
+  lab_start_controller dc1
+  lab_make_client
+  say "serving after $((SECONDS - began)) s; files in $LAB_ROOT"
+}
+
+# What a client of the lab needs in its environment, as assignments for a shell or a test.
+lab_environment() {
+  cat <<END
+LAB_ROOT=$LAB_ROOT
+LAB_BASE=$LAB_BASE
+LAB_CLIENT_NAMESPACE=$LAB_ID-cli
+LAB_SERVER=dc1.$LAB_DOMAIN
+LAB_LDAPI=$LAB_ROOT/dc1/private/ldap_priv/ldapi
+LAB_CA_FILE=$LAB_ROOT/dc1/private/tls/ca.pem
+LAB_BIND_DN=Administrator@$LAB_DOMAIN
+LAB_PASSWORD_FILE=$LAB_ROOT/password
+KRB5_CONFIG=$LAB_ROOT/krb5.conf
+KRB5CCNAME=FILE:$LAB_ROOT/ticket
+END
+}
