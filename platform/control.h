@@ -37,7 +37,18 @@ class VirtualTime {
 
   std::int64_t now_ms() const;
   std::int64_t elapsed_ms() const;
+
+ private:
+  std::int64_t start_ms_;
 };
+
+// Under virtual time, when every thread is blocked and none has a deadline, nothing can ever happen
+// again. After this much real time (30 seconds unless told) the platform prints who waits for what
+// and aborts.
+void set_deadlock_patience(std::uint32_t real_ms);
+
+// The string resources that LoadStringA answers from, for the whole program.
+void register_string_table(std::map<std::uint32_t, std::string> strings);
 
 // Platform calls that fail on purpose. Call names are the SDK's: "PdhAddCounterA", "IADs::Get".
 namespace faults {
@@ -45,7 +56,8 @@ namespace faults {
 // or with the code given (0 means the usual one). nth 0: every call.
 void fail(const std::string& call, std::uint32_t nth, std::int64_t code = 0);
 void clear();
-// How often each call was reached since the last reset, in the order of first reach.
+// How often each call was reached since the last reset, in the order of first reach. Counting
+// begins with the first reset_counts().
 std::vector<std::pair<std::string, std::uint32_t>> reached();
 void reset_counts();
 // True when a fault set by fail() has struck since the last clear().
@@ -56,8 +68,9 @@ bool struck();
 // "safe array", "enumerator", "pdh query", "pdh counter", "file", "pipe", "registry key",
 // "local memory" ... A scenario leaves these as it found them.
 namespace accounting {
+// Kinds of which nothing is alive are left out.
 std::map<std::string, std::int64_t> live();
-}
+}  // namespace accounting
 
 // Runs a program's entry as if it were a process of its own: on a platform thread, until it calls
 // ExitProcess or exit_process, or all its threads have ended. Then every other thread of it that
@@ -75,6 +88,8 @@ class SimulatedProcess {
   std::uint32_t exit_code() const;
   // Ends it now, as TerminateProcess would.
   void kill(std::uint32_t exit_code = 1);
+  // What it had not given back when it exited, by kind as accounting::live() has it.
+  std::map<std::string, std::int64_t> left_alive() const;
 
  private:
   struct State;

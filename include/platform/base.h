@@ -4,8 +4,8 @@
 // values and calling shape.
 
 #ifdef _WIN32
-#include <winsock2.h>
 #include <windows.h>
+#include <winsock2.h>
 #else
 
 #include <cstddef>
@@ -140,7 +140,7 @@ using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 #define E_INVALIDARG (static_cast<HRESULT>(0x80070057))
 #define SUCCEEDED(result) (static_cast<HRESULT>(result) >= 0)
 #define FAILED(result) (static_cast<HRESULT>(result) < 0)
-#define HRESULT_CODE(result) ((result) & 0xFFFF)
+#define HRESULT_CODE(result) ((result)&0xFFFF)
 inline constexpr HRESULT HRESULT_FROM_WIN32(DWORD error) {
   return error == 0 || (error & 0x80000000u) != 0
              ? static_cast<HRESULT>(error)

@@ -76,8 +76,8 @@ BOOL FileTimeToLocalFileTime(const FILETIME* universal, FILETIME* local);
 
 DWORD GetTimeZoneInformation(TIME_ZONE_INFORMATION* zone);
 // A null zone is the machine's own.
-BOOL SystemTimeToTzSpecificLocalTime(const TIME_ZONE_INFORMATION* zone,
-                                     const SYSTEMTIME* universal, SYSTEMTIME* local);
+BOOL SystemTimeToTzSpecificLocalTime(const TIME_ZONE_INFORMATION* zone, const SYSTEMTIME* universal,
+                                     SYSTEMTIME* local);
 BOOL TzSpecificLocalTimeToSystemTime(const TIME_ZONE_INFORMATION* zone, const SYSTEMTIME* local,
                                      SYSTEMTIME* universal);
 

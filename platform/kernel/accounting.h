@@ -25,6 +25,9 @@ class Counter {
   }
   void remove(std::int64_t count = 1) { add(-count); }
 
+  // Takes off what an ended process had not given back.
+  void forget(std::int64_t count) { live_.fetch_sub(count, std::memory_order_relaxed); }
+
   const char* kind() const { return kind_; }
   std::int64_t live() const { return live_.load(std::memory_order_relaxed); }
   const Counter* next() const { return next_; }

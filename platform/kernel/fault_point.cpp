@@ -87,8 +87,8 @@ std::int64_t usual_failure(std::string_view call) {
 }
 
 void count(const char* call) {
-  const auto known =
-      std::find_if(counts.begin(), counts.end(), [&](const auto& one) { return one.first == call; });
+  const auto known = std::find_if(counts.begin(), counts.end(),
+                                  [&](const auto& one) { return one.first == call; });
   if (known == counts.end()) {
     counts.emplace_back(call, 1);
   } else {
