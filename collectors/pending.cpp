@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 
-namespace collectors {
 namespace {
 
 #define DCW_PENDING_NAME(lower, definition) std::string_view{#definition},
@@ -15,8 +14,6 @@ constexpr std::array kPending = {DCW_FOR_EACH_PENDING_TABLE(DCW_PENDING_NAME)};
 bool is_pending(std::string_view table) {
   return std::find(kPending.begin(), kPending.end(), table) != kPending.end();
 }
-
-}  // namespace collectors
 
 namespace tables {
 

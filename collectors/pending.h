@@ -31,9 +31,5 @@
   X(dcwntdsdrf, DCWNTDSDRF)           \
   X(dcwsysrpl, DCWSYSRPL)
 
-namespace collectors {
-
 // Whether the table of that upper-case name has no collector yet.
 bool is_pending(std::string_view table);
-
-}  // namespace collectors

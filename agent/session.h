@@ -1,0 +1,34 @@
+#pragma once
+// Ways to run the agent inside another program: its collectors and tables without its process
+// entry, or the whole of it on a thread of the platform.
+
+#include <string>
+
+#include "include/platform/base.h"
+
+namespace agent {
+
+// What a sample needs of the agent's start-up: configuration, the system's version, the directory's
+// apartment, the counter collectors and the loader. While one is started the framework can be run.
+// At most one at a time; started and destroyed by the same thread, when xafmain is not running.
+class Session {
+ public:
+  Session() = default;
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // False, with the reason, when the collectors cannot be built. Called once.
+  bool start(std::string& error);
+
+ private:
+  bool started_ = false;
+  HANDLE allocation_ = nullptr;
+};
+
+// Runs Main in console mode on a thread of the platform and waits until that thread has ended,
+// which it does when the framework has shut down. 0, or 1 when it could not be started. Unless the
+// process is simulated, the agent's background threads live on afterwards.
+int run_on_console();
+
+}  // namespace agent
