@@ -34,9 +34,12 @@ struct FileSettings {
   std::uint64_t rotate_bytes = 10u << 20;  // a file that would grow beyond this is rotated
   std::uint32_t keep_files = 5;            // rotated files kept
 };
-// Lines go to this file from now on. False, with the reason, when it cannot be opened for writing.
+// Lines go to this file from now on, those from before the first such call ahead of them (at most
+// 2000 are kept for it). False, with the reason, when it cannot be opened for writing.
 TRC_API bool open_file(const FileSettings& settings, std::string& error);
 TRC_API void close_file();
+// There will be no trace file: lines are no longer kept for it. Nothing if one is open.
+TRC_API void forget_early_lines();
 // Whether lines are also written to the standard error stream.
 TRC_API void set_console(bool on);
 

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +26,7 @@ struct TableSettings {
   std::uint32_t interval_ms = 60000;
   std::vector<Threshold> thresholds;  // none: every row passes
   bool match_all = true;              // whether all thresholds must be met, or any one
+  std::uint32_t row_limit = 1000000;  // rows that one sample may hold; InsertRow fails beyond
 };
 
 struct Configuration {
@@ -34,7 +36,7 @@ struct Configuration {
   std::vector<std::string> only_tables;         // when not empty, no other table is sampled
   bool once = false;                            // sample each table one time, then end xafmain
   std::uint32_t stop_after_ms = 0;              // end xafmain after this long; 0: never
-  std::uint32_t trace_flags = 128;
+  std::optional<std::uint32_t> trace_flags;     // not set: as they are (TRC_TRC1, or 128)
   std::map<std::string, std::uint32_t> trace_units;
   std::string trace_path;
   std::uint64_t trace_rotate_bytes = 10u << 20;
@@ -48,7 +50,10 @@ struct Configuration {
 // the line and the thing at fault; the configuration is then left as it was.
 XAF_API bool load_configuration(const std::string& path, Configuration& configuration,
                                 std::string& error);
-// Applies from the next xafmain on.
+// Applies from the next xafmain on. When it was never called, xafmain reads the file that the
+// environment variable DIRWATCH_CONFIG names, if it is set, and else goes by the defaults above.
+// Thresholds are checked when xafmain knows the tables: one that names no column, or whose value
+// does not suit the column, makes xafmain return an error before the first sample.
 XAF_API void configure(const Configuration& configuration);
 
 // A column as the framework learned it from GetColumnInfo.
@@ -75,13 +80,19 @@ class XAF_API Sink {
   virtual void deliver(const Delivery& delivery) = 0;
   virtual void close() {}
 };
+// With a sink added by this call the configuration's own sink is not made. Every sink's close() is
+// called at the end of xafmain, after the last delivery.
 XAF_API void add_sink(std::shared_ptr<Sink> sink);
 XAF_API void clear_sinks();
 // format: table, json or csv; path empty for standard output. Null, with the reason, on failure.
 XAF_API std::shared_ptr<Sink> make_sink(const std::string& format, const std::string& path,
                                         std::string& error);
 
-// The latest rows of every table, kept until the next sample that has rows replaces them.
+// From now on what the program prints to standard output goes to standard error, and only sinks
+// write to what standard output was. False when the system refuses. A second call changes nothing.
+XAF_API bool separate_standard_output();
+
+// The latest rows of a table, kept until the next sample that has rows replaces them.
 XAF_API std::vector<std::string> latest_rows(const std::string& table);
 
 struct TableMeasure {
@@ -91,9 +102,14 @@ struct TableMeasure {
   std::uint64_t failures = 0;  // samples that ended in an exception, deliveries that failed
   std::uint64_t last_duration_us = 0;
   std::uint64_t longest_duration_us = 0;
-  std::int64_t last_rows_ms = 0;  // platform clock of the last sample with rows; 0: never
+  std::uint64_t missed_ticks = 0;  // skipped because the sample before still ran
+  std::int64_t last_rows_ms = 0;   // platform clock of the last sample with rows; 0: never
+  std::int64_t age_ms = -1;        // since then; -1: never
 };
 XAF_API std::vector<TableMeasure> measures();
+
+// What the agent declared through XAF_SetAffinity, in order.
+XAF_API std::vector<std::string> affinities();
 
 // Names of the registered tables, and the columns that a table reports through GetColumnInfo.
 XAF_API std::vector<std::string> registered_tables();
@@ -107,8 +123,9 @@ class XAF_API DirectSampler {
   ~DirectSampler();
   DirectSampler(const DirectSampler&) = delete;
   DirectSampler& operator=(const DirectSampler&) = delete;
-  bool found() const;  // false when no such table is registered
-  std::vector<std::string> sample();
+  bool found() const;  // false when no such table is registered, or error() says something
+  const std::string& error() const;   // a threshold that does not suit the table; else empty
+  std::vector<std::string> sample();  // an exception out of TakeSample passes through
   xaftable* object() const;
 
  private:
