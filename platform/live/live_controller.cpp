@@ -1,0 +1,80 @@
+// open_live: a controller behind an LDAP address. What it is called and which system it runs is
+// read once, when it is opened; it has no counters and no registry, since neither travels by LDAP.
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "platform/controller.h"
+#include "platform/live/live_directory.h"
+
+namespace platform {
+namespace {
+
+std::string first_value(const Entry& entry, std::string_view name) {
+  const Attribute* attribute = entry.find(name);
+  return attribute == nullptr || attribute->values.empty() ? std::string()
+                                                           : attribute->values.front();
+}
+
+// "10.0 (20348)", as a controller writes it into its own computer object. Left as they are when the
+// object says nothing.
+void read_system_version(live::LiveDirectory& directory, const Entry& root, MachineFacts& facts) {
+  const std::string server = first_value(root, "serverName");
+  if (server.empty()) return;
+  Entry entry;
+  if (directory.read("", server, {"serverReference"}, entry) != kDirectoryOk) return;
+  const std::string computer = first_value(entry, "serverReference");
+  if (computer.empty()) return;
+  if (directory.read("", computer, {"operatingSystemVersion"}, entry) != kDirectoryOk) return;
+  unsigned major = 0;
+  unsigned minor = 0;
+  unsigned build = 0;
+  const std::string version = first_value(entry, "operatingSystemVersion");
+  if (std::sscanf(version.c_str(), "%3u.%3u (%6u)", &major, &minor, &build) != 3) return;
+  facts.os_major = major;
+  facts.os_minor = minor;
+  facts.os_build = build;
+}
+
+class LiveController : public Controller {
+ public:
+  explicit LiveController(const std::string& url)
+      : address_(live::parse_address(url)), directory_(address_) {
+    Entry root;
+    if (directory_.read_root("", root) != kDirectoryOk) {
+      throw ControllerError(directory_.last_failure());
+    }
+    const std::string full_name = first_value(root, "dnsHostName");
+    if (full_name.empty()) {
+      throw ControllerError(address_.uri() +
+                            ": the server's root object has no dnsHostName; it is not a domain "
+                            "controller");
+    }
+    const auto dot = full_name.find('.');
+    facts_.host_name = full_name.substr(0, dot);
+    if (dot != std::string::npos) facts_.dns_suffix = full_name.substr(dot + 1);
+    directory_.set_own_name(full_name);
+    read_system_version(directory_, root, facts_);
+  }
+
+  std::string description() const override { return address_.uri(); }
+  const MachineFacts& machine() const override { return facts_; }
+  Directory* directory() override { return &directory_; }
+  CounterSource* counters() override { return nullptr; }
+  RegistryHive* registry() override { return nullptr; }
+
+ private:
+  const live::Address address_;
+  live::LiveDirectory directory_;
+  MachineFacts facts_;
+};
+
+}  // namespace
+
+std::shared_ptr<Controller> open_live(const std::string& url) {
+  return std::make_shared<LiveController>(url);
+}
+
+}  // namespace platform
