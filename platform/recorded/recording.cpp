@@ -1,0 +1,208 @@
+#include "platform/recorded/recording.h"
+
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <utility>
+
+#include "platform/counters/recorded_counters.h"
+#include "platform/recorded/recorded_directory.h"
+#include "platform/recorded/utf8.h"
+#include "platform/registry/recorded_registry.h"
+
+namespace platform {
+namespace {
+
+constexpr char kDirectoryFile[] = "directory.ldif";
+constexpr char kCountersFile[] = "counters.csv";
+constexpr char kRegistryFile[] = "registry.reg";
+
+constexpr char kTcpipKey[] =
+    "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters";
+constexpr char kVersionKey[] =
+    "HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
+constexpr char kLanguageKey[] =
+    "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\Nls\\Language";
+constexpr std::uint32_t kDword = 4;
+
+class RecordedController : public Controller {
+ public:
+  RecordedController(std::string description, MachineFacts machine,
+                     std::unique_ptr<Directory> directory, std::unique_ptr<CounterSource> counters,
+                     std::unique_ptr<RegistryHive> registry)
+      : description_(std::move(description)),
+        machine_(std::move(machine)),
+        directory_(std::move(directory)),
+        counters_(std::move(counters)),
+        registry_(std::move(registry)) {}
+
+  std::string description() const override { return description_; }
+  const MachineFacts& machine() const override { return machine_; }
+  Directory* directory() override { return directory_.get(); }
+  CounterSource* counters() override { return counters_.get(); }
+  RegistryHive* registry() override { return registry_.get(); }
+
+ private:
+  const std::string description_;
+  const MachineFacts machine_;
+  const std::unique_ptr<Directory> directory_;
+  const std::unique_ptr<CounterSource> counters_;
+  const std::unique_ptr<RegistryHive> registry_;
+};
+
+std::optional<RegistryValue> find_value(RegistryHive& hive, std::string_view key,
+                                        std::string_view name) {
+  for (RegistryValue& value : hive.values(key)) {
+    if (equal_without_case(value.name, name)) return std::move(value);
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> find_text(RegistryHive& hive, std::string_view key,
+                                     std::string_view name) {
+  std::optional<RegistryValue> value = find_value(hive, key, name);
+  if (!value || value->type == kDword) return std::nullopt;
+  std::string text = value->data.substr(0, value->data.find('\0'));
+  return text.empty() ? std::nullopt : std::optional(std::move(text));
+}
+
+std::optional<std::uint32_t> find_dword(RegistryHive& hive, std::string_view key,
+                                        std::string_view name) {
+  const std::optional<RegistryValue> value = find_value(hive, key, name);
+  if (!value || value->type != kDword || value->data.size() != 4) return std::nullopt;
+  std::uint32_t number = 0;
+  for (std::size_t i = 4; i-- > 0;) {
+    number = (number << 8) | static_cast<unsigned char>(value->data[i]);
+  }
+  return number;
+}
+
+// A number at the front of text, which is moved behind it.
+std::optional<std::uint32_t> take_number(std::string_view& text, int base = 10) {
+  std::uint32_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+  if (error != std::errc()) return std::nullopt;
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  return number;
+}
+
+// Systems up to 6.3 tell their version in one text ("6.1"). Later ones keep 6.3 there for old
+// programs and tell the truth in two numbers.
+void read_version(RegistryHive& hive, MachineFacts& facts) {
+  const auto major = find_dword(hive, kVersionKey, "CurrentMajorVersionNumber");
+  const auto minor = find_dword(hive, kVersionKey, "CurrentMinorVersionNumber");
+  if (major && minor) {
+    facts.os_major = *major;
+    facts.os_minor = *minor;
+  } else if (const auto text = find_text(hive, kVersionKey, "CurrentVersion")) {
+    std::string_view rest = *text;
+    const auto first = take_number(rest);
+    if (first && rest.starts_with('.')) {
+      rest.remove_prefix(1);
+      if (const auto second = take_number(rest)) {
+        facts.os_major = *first;
+        facts.os_minor = *second;
+      }
+    }
+  }
+  auto build = find_text(hive, kVersionKey, "CurrentBuildNumber");
+  if (!build) build = find_text(hive, kVersionKey, "CurrentBuild");
+  if (build) {
+    std::string_view rest = *build;
+    facts.os_build = take_number(rest).value_or(facts.os_build);
+  }
+}
+
+// A recording without a registry is of the machine whose root object it holds.
+void read_machine_facts(Directory& directory, MachineFacts& facts) {
+  Entry root;
+  if (directory.read_root("", root) != kDirectoryOk) return;
+  const Attribute* name = root.find("dnsHostName");
+  if (name == nullptr || name->values.empty()) return;
+  const std::string& full = name->values.front();
+  const std::size_t dot = full.find('.');
+  facts.host_name = full.substr(0, dot);
+  if (dot != std::string::npos) facts.dns_suffix = full.substr(dot + 1);
+}
+
+std::string read_file(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  if (!file || file.bad()) throw ControllerError(path.string() + ": cannot be read");
+  return bytes;
+}
+
+}  // namespace
+
+void read_machine_facts(RegistryHive& hive, MachineFacts& facts) {
+  if (auto name = find_text(hive, kTcpipKey, "Hostname")) facts.host_name = std::move(*name);
+  if (auto suffix = find_text(hive, kTcpipKey, "Domain")) facts.dns_suffix = std::move(*suffix);
+  read_version(hive, facts);
+  if (const auto language = find_text(hive, kLanguageKey, "Default")) {
+    std::string_view rest = *language;
+    const auto number = take_number(rest, 16);
+    if (number && rest.empty()) facts.language = static_cast<std::uint16_t>(*number);
+  }
+}
+
+std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::string description,
+                                           Clock clock) {
+  const auto text_of = [&files](const char* name) {
+    const auto file = files.find(name);
+    return file == files.end() ? nullptr : &file->second;
+  };
+  MachineFacts facts;
+  std::unique_ptr<RegistryHive> registry;
+  if (const std::string* text = text_of(kRegistryFile)) {
+    registry = read_registry(*text, kRegistryFile);
+    read_machine_facts(*registry, facts);
+  }
+  std::unique_ptr<Directory> directory;
+  if (const std::string* text = text_of(kDirectoryFile)) {
+    directory = read_directory(*text, kDirectoryFile, facts.host_name, facts.dns_suffix);
+    if (facts.host_name.empty()) read_machine_facts(*directory, facts);
+  }
+  std::unique_ptr<CounterSource> counters;
+  if (const std::string* text = text_of(kCountersFile)) {
+    counters = read_counters(*text, kCountersFile, std::move(clock));
+  }
+  if (!registry && !directory && !counters) {
+    throw ControllerError(description + ": holds neither " + kDirectoryFile + " nor " +
+                          kCountersFile + " nor " + kRegistryFile);
+  }
+  return std::make_shared<RecordedController>(std::move(description), std::move(facts),
+                                              std::move(directory), std::move(counters),
+                                              std::move(registry));
+}
+
+std::shared_ptr<Controller> open_recording(const std::string& folder, Clock clock) {
+  const std::filesystem::path root(folder);
+  std::error_code error;
+  if (!std::filesystem::is_directory(root, error)) {
+    throw ControllerError(folder + ": is not a folder");
+  }
+  RecordingFiles files;
+  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile}) {
+    if (std::filesystem::exists(root / name, error)) files[name] = read_file(root / name);
+  }
+  try {
+    return make_recording(files, folder, std::move(clock));
+  } catch (const ControllerError& fault) {
+    // A fault in a file begins with the file's bare name; with several recordings about, the
+    // folder belongs before it.
+    const std::string text = fault.what();
+    throw ControllerError(text.starts_with(folder) ? text : (root / text).string());
+  }
+}
+
+std::shared_ptr<Controller> open_embedded_recording(Clock clock) {
+  RecordingFiles files;
+  for (const EmbeddedFile& file : embedded_recording_files()) {
+    files[std::string(file.name)] = std::string(file.bytes);
+  }
+  return make_recording(files, "the embedded recording", std::move(clock));
+}
+
+}  // namespace platform
