@@ -1,0 +1,221 @@
+#include "platform/system.h"
+
+#include <strings.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "platform/control.h"
+#include "platform/kernel/accounting.h"
+#include "platform/kernel/fault_point.h"
+#include "platform/kernel/message_texts.h"
+
+namespace {
+
+platform::accounting::Counter local_memory{"local memory"};
+
+// Modules that programs ask for by name; their addresses are the handles.
+constexpr const char* kModules[] = {"",
+                                    "kernel32.dll",
+                                    "pdh.dll",
+                                    "user32.dll",
+                                    "advapi32.dll",
+                                    "activeds.dll",
+                                    "ntdsapi.dll",
+                                    "netapi32.dll",
+                                    "dnsapi.dll",
+                                    "ws2_32.dll",
+                                    "ole32.dll",
+                                    "oleaut32.dll"};
+constexpr std::size_t kProgram = 0;
+constexpr std::size_t kKernel = 1;
+constexpr std::size_t kCounters = 2;
+
+HMODULE module_handle(std::size_t index) { return const_cast<const char**>(&kModules[index]); }
+
+// Every block begins with its own mark, so that freeing something else is noticed, not done.
+struct BlockHead {
+  std::uint64_t mark;
+  std::uint64_t size;
+};
+constexpr std::uint64_t kAlive = 0x6C6F63616C206D65u;
+
+DWORD fail(DWORD error) {
+  SetLastError(error);
+  return 0;
+}
+
+const char* find_message(DWORD flags, const void* source, DWORD code) {
+  const char* text = nullptr;
+  if ((flags & FORMAT_MESSAGE_FROM_HMODULE) != 0) {
+    if (source == module_handle(kCounters)) text = platform::kernel::counter_message(code);
+    if (source == module_handle(kKernel)) text = platform::kernel::system_message(code);
+  }
+  if (text == nullptr && (flags & FORMAT_MESSAGE_FROM_SYSTEM) != 0) {
+    text = platform::kernel::system_message(code);
+  }
+  return text;
+}
+
+DWORD copy_name(const std::string& name, char* target, DWORD* size, DWORD too_small) {
+  if (target == nullptr || *size <= name.size()) {
+    *size = static_cast<DWORD>(name.size() + 1);
+    return fail(too_small);
+  }
+  std::memcpy(target, name.c_str(), name.size() + 1);
+  *size = static_cast<DWORD>(name.size());
+  return TRUE;
+}
+
+// A NetBIOS name has at most 15 characters, in capitals.
+std::string netbios_name(const std::string& host) {
+  std::string name = host.substr(0, 15);
+  std::transform(name.begin(), name.end(), name.begin(),
+                 [](unsigned char one) { return static_cast<char>(std::toupper(one)); });
+  return name;
+}
+
+}  // namespace
+
+DWORD GetVersion() {
+  const auto holder = platform::controller();
+  const auto& machine = holder->machine();
+  return (machine.os_major & 0xFF) | (machine.os_minor & 0xFF) << 8 | machine.os_build << 16;
+}
+
+BOOL GetVersionExA(OSVERSIONINFOA* version) {
+  if (const auto fault = platform::fault_point("GetVersionExA")) return fail(fault->win32()) != 0;
+  if (version->dwOSVersionInfoSize != sizeof(OSVERSIONINFOA)) {
+    return fail(ERROR_INSUFFICIENT_BUFFER) != 0;
+  }
+  const auto holder = platform::controller();
+  const auto& machine = holder->machine();
+  version->dwMajorVersion = machine.os_major;
+  version->dwMinorVersion = machine.os_minor;
+  version->dwBuildNumber = machine.os_build;
+  version->dwPlatformId = VER_PLATFORM_WIN32_NT;
+  std::memset(version->szCSDVersion, 0, sizeof version->szCSDVersion);
+  return TRUE;
+}
+
+LANGID GetSystemDefaultLangID() { return platform::controller()->machine().language; }
+
+DWORD FormatMessageA(DWORD flags, const void* source, DWORD message, DWORD, char* buffer,
+                     DWORD size, va_list*) {
+  if (const auto fault = platform::fault_point("FormatMessageA")) return fail(fault->win32());
+  if (buffer == nullptr) return fail(ERROR_INVALID_PARAMETER);
+  const bool allocate = (flags & FORMAT_MESSAGE_ALLOCATE_BUFFER) != 0;
+  // With a buffer of its own the call writes a null pointer first, so that a failure frees nothing.
+  if (allocate) *reinterpret_cast<char**>(buffer) = nullptr;
+  const char* found = find_message(flags, source, message);
+  if (found == nullptr) return fail(ERROR_MR_MID_NOT_FOUND);
+  std::string text = found;
+  text += (flags & FORMAT_MESSAGE_MAX_WIDTH_MASK) == FORMAT_MESSAGE_MAX_WIDTH_MASK ? " " : "\r\n";
+  const auto length = static_cast<DWORD>(text.size());
+  if (!allocate && size <= length) return fail(ERROR_INSUFFICIENT_BUFFER);
+  char* target = buffer;
+  if (allocate) {
+    target = static_cast<char*>(LocalAlloc(LMEM_FIXED, std::max<SIZE_T>(length + 1, size)));
+    if (target == nullptr) return 0;
+    *reinterpret_cast<char**>(buffer) = target;
+  }
+  std::memcpy(target, text.c_str(), text.size() + 1);
+  return length;
+}
+
+HLOCAL LocalAlloc(UINT flags, SIZE_T size) {
+  if (const auto fault = platform::fault_point("LocalAlloc")) {
+    SetLastError(fault->win32());
+    return nullptr;
+  }
+  auto* head = static_cast<BlockHead*>(std::malloc(sizeof(BlockHead) + size));
+  if (head == nullptr) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+  }
+  *head = {kAlive, size};
+  if ((flags & LMEM_ZEROINIT) != 0) std::memset(head + 1, 0, size);
+  local_memory.add();
+  return head + 1;
+}
+
+HLOCAL LocalFree(HLOCAL memory) {
+  if (memory == nullptr) return nullptr;
+  const auto fault = platform::fault_point("LocalFree");
+  auto* head = static_cast<BlockHead*>(memory) - 1;
+  if (fault || head->mark != kAlive) {
+    SetLastError(fault ? fault->win32() : ERROR_INVALID_HANDLE);
+    return memory;
+  }
+  head->mark = 0;
+  std::free(head);
+  local_memory.remove();
+  return nullptr;
+}
+
+HMODULE GetModuleHandleA(const char* name) {
+  if (const auto fault = platform::fault_point("GetModuleHandleA")) {
+    SetLastError(fault->win32());
+    return nullptr;
+  }
+  if (name == nullptr) return module_handle(kProgram);
+  std::string wanted = name;
+  if (wanted.find('.') == std::string::npos) wanted += ".dll";
+  for (std::size_t index = 1; index < std::size(kModules); ++index) {
+    if (strcasecmp(kModules[index], wanted.c_str()) == 0) return module_handle(index);
+  }
+  SetLastError(ERROR_MOD_NOT_FOUND);
+  return nullptr;
+}
+
+DWORD GetModuleFileNameA(HMODULE, char* path, DWORD size) {
+  if (const auto fault = platform::fault_point("GetModuleFileNameA")) return fail(fault->win32());
+  char program[4096];
+  const auto length = readlink("/proc/self/exe", program, sizeof program);
+  if (length < 0) return fail(ERROR_GEN_FAILURE);
+  if (size == 0) return fail(ERROR_INSUFFICIENT_BUFFER);
+  const auto copied = std::min<DWORD>(static_cast<DWORD>(length), size - 1);
+  std::memcpy(path, program, copied);
+  path[copied] = '\0';
+  if (copied == static_cast<DWORD>(length)) return copied;
+  SetLastError(ERROR_INSUFFICIENT_BUFFER);
+  return size;
+}
+
+BOOL GetComputerNameA(char* name, DWORD* size) {
+  if (const auto fault = platform::fault_point("GetComputerNameA"))
+    return fail(fault->win32()) != 0;
+  return copy_name(netbios_name(platform::controller()->machine().host_name), name, size,
+                   ERROR_BUFFER_OVERFLOW) != 0;
+}
+
+BOOL GetComputerNameExA(COMPUTER_NAME_FORMAT format, char* name, DWORD* size) {
+  if (const auto fault = platform::fault_point("GetComputerNameExA")) {
+    return fail(fault->win32()) != 0;
+  }
+  const auto holder = platform::controller();
+  const auto& machine = holder->machine();
+  std::string full = machine.host_name;
+  if (!machine.dns_suffix.empty()) full += "." + machine.dns_suffix;
+  switch (format) {
+    case ComputerNameNetBIOS:
+    case ComputerNamePhysicalNetBIOS:
+      return copy_name(netbios_name(machine.host_name), name, size, ERROR_MORE_DATA) != 0;
+    case ComputerNameDnsHostname:
+    case ComputerNamePhysicalDnsHostname:
+      return copy_name(machine.host_name, name, size, ERROR_MORE_DATA) != 0;
+    case ComputerNameDnsDomain:
+    case ComputerNamePhysicalDnsDomain:
+      return copy_name(machine.dns_suffix, name, size, ERROR_MORE_DATA) != 0;
+    case ComputerNameDnsFullyQualified:
+    case ComputerNamePhysicalDnsFullyQualified:
+      return copy_name(full, name, size, ERROR_MORE_DATA) != 0;
+    default:
+      return fail(ERROR_INVALID_PARAMETER) != 0;
+  }
+}
