@@ -1,0 +1,31 @@
+#include "counters/counter_table.h"
+
+#include <limits>
+
+#include "include/platform/threads.h"
+
+namespace counters {
+
+std::int32_t truncated(double value) {
+  constexpr double kBelow = -2147483649.0;
+  constexpr double kAbove = 2147483648.0;
+  // Written so that what is no number fails it too.
+  if (!(value > kBelow && value < kAbove)) return std::numeric_limits<std::int32_t>::min();
+  return static_cast<std::int32_t>(value);
+}
+
+void project(std::span<const Placed> columns, const double* values, std::int32_t count, char* row) {
+  const std::size_t available = values == nullptr ? 0 : static_cast<std::size_t>(count);
+  const bool major_six = g_osMajorVersion == 6;
+  for (const Placed& column : columns) {
+    std::int32_t shown = kNotOnThisVersion;
+    if (column.shown == Shown::kAlways || (column.shown == Shown::kOnMajorSix && major_six)) {
+      shown = column.index < available ? truncated(values[column.index]) : 0;
+    }
+    std::memcpy(row + column.offset, &shown, sizeof shown);
+  }
+}
+
+void wait_for_collectors() { WaitForSingleObject(g_allocateGlobalsEvent.load(), INFINITE); }
+
+}  // namespace counters
