@@ -27,10 +27,16 @@ inline constexpr std::uint32_t kFlow = 64;
 inline constexpr std::uint32_t kError = 128;
 
 namespace {
-// One a translation unit, which is one a source file.
-[[maybe_unused]] TRC1_FileRecord file_record = {
-    __BASE_FILE__, sizeof(__BASE_FILE__) - 1, __DATE__, sizeof(__DATE__) - 1,
-    __TIME__,      sizeof(__TIME__) - 1,      "1.0",    sizeof("1.0") - 1};
+// One a translation unit, which is one a source file. Date and time come from the build system: the
+// compiler's own would make every build of the same source another program.
+[[maybe_unused]] TRC1_FileRecord file_record = {__BASE_FILE__,
+                                                sizeof(__BASE_FILE__) - 1,
+                                                DIRWATCH_BUILD_DATE,
+                                                sizeof(DIRWATCH_BUILD_DATE) - 1,
+                                                DIRWATCH_BUILD_TIME,
+                                                sizeof(DIRWATCH_BUILD_TIME) - 1,
+                                                "1.0",
+                                                sizeof("1.0") - 1};
 }  // namespace
 
 // A line that knows its place in the source and whether it is wanted. Calling it formats the text

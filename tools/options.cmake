@@ -18,6 +18,11 @@ if(WIN32)
   add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601  __USE_MINGW_ANSI_STDIO=1)
 endif()
 
+# The day of the build, for the trace's file records; the day's start stands for the time, so that a
+# build can be repeated and cached.
+string(TIMESTAMP _build_day "%b %d %Y" UTC)
+add_compile_definitions(DIRWATCH_BUILD_DATE="${_build_day}" DIRWATCH_BUILD_TIME="00:00:00")
+
 find_package(Threads REQUIRED)
 
 # A room's library: every source of its folder (not of sub-folders).

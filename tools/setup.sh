@@ -4,6 +4,8 @@
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=$(nproc)
+# One cache for every build folder and every clone.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
 
 say() { printf '\033[1m== %s\033[0m\n' "$*"; }
 fail() {

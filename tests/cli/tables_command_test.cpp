@@ -21,7 +21,7 @@ struct Layout {
 // The layouts as they were written down apart from the catalogue.
 std::vector<Layout> golden_layouts() {
   std::vector<Layout> layouts;
-  std::ifstream file(DIRWATCH_SOURCE_DIR "/tests/tables/layouts.txt");
+  std::ifstream file(DIRWATCH_SOURCE "/tests/tables/layouts.txt");
   for (std::string line; std::getline(file, line);) {
     if (line.empty() || line[0] == '#') continue;
     if (line.rfind("table ", 0) != 0) {
