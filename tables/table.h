@@ -74,9 +74,22 @@ class Agent : public Base<kTable> {
 };
 
 template <const auto& kTable>
+class Manager;
+
+// The one manager of a table, made by its init function; null before, and when it is gone.
+template <const auto& kTable>
+inline Manager<kTable>* g_manager = nullptr;
+
+template <const auto& kTable>
 class Manager : public TableManager {
  public:
-  using TableManager::TableManager;
+  Manager(const char* application, const char* table) : TableManager(application, table) {
+    DCW_TRACE("Manager");
+  }
+  ~Manager() override {
+    DCW_TRACE("~Manager");
+    if (g_manager<kTable> == this) g_manager<kTable> = nullptr;
+  }
   // A new sample object, or null when memory ran out.
   xaftable* CreateInstance(RequestDetail* request, ContextInfo* context) override {
     DCW_TRACE("CreateInstance");
@@ -86,10 +99,6 @@ class Manager : public TableManager {
   // dispatch, or 0.
   std::int32_t ReceiveEvent(char* rows, std::int32_t count);
 };
-
-// The one manager of a table, made by its init function; null before.
-template <const auto& kTable>
-inline Manager<kTable>* g_manager = nullptr;
 
 // Makes the table's manager and registers it with the framework.
 template <const auto& kTable>
