@@ -1,5 +1,6 @@
 #include "platform/live/options.h"
 
+#include <strings.h>
 #include <sys/stat.h>
 
 #include <charconv>
@@ -65,7 +66,7 @@ Address parse_address(const std::string& url) {
   std::string_view rest;
   for (const Transport transport : {Transport::kLdap, Transport::kLdaps, Transport::kLdapi}) {
     const std::string_view scheme = kSchemes[static_cast<int>(transport)];
-    if (url.starts_with(scheme)) {
+    if (strncasecmp(url.c_str(), scheme.data(), scheme.size()) == 0) {
       address.transport = transport;
       rest = std::string_view(url).substr(scheme.size());
     }
