@@ -108,7 +108,15 @@ std::string fold_case(std::string_view text) {
 }
 
 bool equal_without_case(std::string_view left, std::string_view right) {
-  return left == right || fold_case(left) == fold_case(right);
+  const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  const auto small = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+  // Nearly all names are ASCII, and most differ in their length or first letters.
+  for (std::size_t i = 0;; ++i) {
+    if (i == left.size() || i == right.size()) return left.size() == right.size();
+    if (!is_ascii(left[i]) || !is_ascii(right[i])) break;
+    if (small(left[i]) != small(right[i])) return false;
+  }
+  return fold_case(left) == fold_case(right);
 }
 
 }  // namespace platform
