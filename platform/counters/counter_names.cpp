@@ -16,9 +16,10 @@ constexpr std::uint32_t kPrimaryLanguageBits = 0x3FF;
 std::string table_in_registry(Controller& controller, std::uint32_t primary_language) {
   if (controller.registry() == nullptr) return {};
   char path[128];
-  std::snprintf(path, sizeof path,
-                "HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Perflib\\%03X",
-                static_cast<unsigned>(primary_language));
+  std::snprintf(
+      path, sizeof path,
+      "HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Perflib\\%03X",
+      static_cast<unsigned>(primary_language));
   for (const RegistryValue& value : controller.registry()->values(path)) {
     if (equal_without_case(value.name, "Counter")) return value.data;
   }
@@ -64,8 +65,7 @@ std::string counter_name_table(Controller& controller, std::uint32_t primary_lan
   return table;
 }
 
-std::string local_counter_name(const std::shared_ptr<Controller>& controller,
-                               std::uint32_t index) {
+std::string local_counter_name(const std::shared_ptr<Controller>& controller, std::uint32_t index) {
   // Kept for the controller that was asked last, since names are looked up by the hundred. Never
   // destroyed: threads may still ask while the process ends.
   struct Cache {

@@ -1,6 +1,6 @@
 #pragma once
-// Counter paths as text: \\MACHINE\Object(Parent/Instance#Index)\Counter, the form that PDH, typeperf
-// and relog share.
+// Counter paths as text: \\MACHINE\Object(Parent/Instance#Index)\Counter, the form that PDH,
+// typeperf and relog share.
 
 #include <string>
 #include <string_view>

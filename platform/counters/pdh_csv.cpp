@@ -168,6 +168,8 @@ class PdhCsvParser {
     const bool whole = split(line);
     if (closing_words(line)) return false;
     const std::size_t wanted = series_.paths.size() + 1;
+    const bool cut = last && !line.ended;
+    if (cut && line.text.ends_with(',') && cells_.size() <= wanted) return false;
     if (!whole || cells_.size() < wanted) {
       if (last) return false;  // cut short
       if (!whole) fail(line, line.text.size(), "a quote is not closed");
@@ -182,7 +184,7 @@ class PdhCsvParser {
     for (std::size_t i = 1; i < wanted; ++i) {
       double value = kBlank;
       if (!read_value(trim(cells_[i].text), value)) {
-        if (last && !line.ended && i + 1 == wanted) {  // cut within the last number
+        if (cut && i + 1 == wanted) {  // cut within the last number
           series_.cells.resize(series_.rows() * series_.paths.size());
           return false;
         }
@@ -210,10 +212,9 @@ class PdhCsvParser {
   static bool read_value(std::string_view text, double& value) {
     value = kBlank;
     if (text.empty()) return true;
-    if (text.find('#') != std::string_view::npos &&
-        (text.find("#QNAN") != std::string_view::npos ||
-         text.find("#IND") != std::string_view::npos ||
-         text.find("#INF") != std::string_view::npos)) {
+    if (text.find('#') != std::string_view::npos && (text.find("#QNAN") != std::string_view::npos ||
+                                                     text.find("#IND") != std::string_view::npos ||
+                                                     text.find("#INF") != std::string_view::npos)) {
       return true;  // the C library's words for a division by nothing
     }
     if (text.starts_with('+')) text.remove_prefix(1);

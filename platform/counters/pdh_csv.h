@@ -1,6 +1,6 @@
 #pragma once
-// PDH-CSV 4.0, the text form of counter logs that typeperf, relog and the performance monitor write:
-// a header line of counter paths, then a line of values a sample.
+// PDH-CSV 4.0, the text form of counter logs that typeperf, relog and the performance monitor
+// write: a header line of counter paths, then a line of values a sample.
 
 #include <cstddef>
 #include <cstdint>
@@ -12,9 +12,9 @@
 namespace platform {
 
 struct CounterSeries {
-  std::vector<CounterPath> paths;         // one a column, in the file's order
-  std::vector<std::int64_t> offsets_ms;   // one a row, from the first row, never falling
-  std::vector<double> cells;              // row after row; a blank cell is not a number
+  std::vector<CounterPath> paths;        // one a column, in the file's order
+  std::vector<std::int64_t> offsets_ms;  // one a row, from the first row, never falling
+  std::vector<double> cells;             // row after row; a blank cell is not a number
 
   std::size_t rows() const { return offsets_ms.size(); }
   double& cell(std::size_t row, std::size_t column) { return cells[row * paths.size() + column]; }

@@ -17,8 +17,8 @@ class RecordedRegistry : public RegistryHive {
     for (RegFileKey& file_key : file_keys) {
       Key& key = add(file_key.path);
       for (RegistryValue& value : file_key.values) {
-        const auto [at, is_new] = places.emplace(
-            fold_case(file_key.path + '\0' + value.name), key.values.size());
+        const auto [at, is_new] =
+            places.emplace(fold_case(file_key.path + '\0' + value.name), key.values.size());
         if (is_new) key.values.emplace_back();
         key.values[at->second] = std::move(value);  // what comes later wins, as in an import
       }

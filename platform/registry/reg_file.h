@@ -13,7 +13,8 @@ struct RegFileKey {
   std::vector<RegistryValue> values;
 };
 
-// The keys in the file's order; a key, and a value in it, may come more than once. Throws ControllerError.
+// The keys in the file's order; a key, and a value in it, may come more than once. Throws
+// ControllerError.
 std::vector<RegFileKey> parse_reg_file(const std::string& bytes, const std::string& file_name);
 
 }  // namespace platform

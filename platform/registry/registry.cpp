@@ -35,8 +35,8 @@ struct OpenKey {
   REGSAM access = KEY_ALL_ACCESS;
 };
 
-constexpr const char* kRootNames[] = {"HKEY_CLASSES_ROOT",  "HKEY_CURRENT_USER",
-                                      "HKEY_LOCAL_MACHINE", "HKEY_USERS",
+constexpr const char* kRootNames[] = {"HKEY_CLASSES_ROOT",     "HKEY_CURRENT_USER",
+                                      "HKEY_LOCAL_MACHINE",    "HKEY_USERS",
                                       "HKEY_PERFORMANCE_DATA", "HKEY_CURRENT_CONFIG"};
 
 // The name of a predefined key, or null.
@@ -157,8 +157,8 @@ bool is_counter_table(std::string_view name, std::uint32_t& language) {
   language = 0;
   for (const char digit : folded.substr(kPrefix.size())) {
     if (std::isxdigit(static_cast<unsigned char>(digit)) == 0) return false;
-    language = language * 16 + static_cast<std::uint32_t>(digit <= '9' ? digit - '0'
-                                                                       : digit - 'a' + 10);
+    language =
+        language * 16 + static_cast<std::uint32_t>(digit <= '9' ? digit - '0' : digit - 'a' + 10);
   }
   return true;
 }
@@ -186,7 +186,8 @@ bool is_local(const platform::Controller* controller, std::string_view machine) 
 }  // namespace
 
 LONG RegOpenKeyExA(HKEY parent, const char* sub_key, DWORD, REGSAM access, HKEY* result) {
-  if (const auto fault = fault_point("RegOpenKeyExA", ERROR_FILE_NOT_FOUND)) return fault->hresult();
+  if (const auto fault = fault_point("RegOpenKeyExA", ERROR_FILE_NOT_FOUND))
+    return fault->hresult();
   if (result == nullptr) return ERROR_INVALID_PARAMETER;
   const Locked state;
   OpenKey key;

@@ -94,11 +94,10 @@ std::shared_ptr<RegistryKey> RegistryView::create(const std::shared_ptr<Registry
       child->written_ticks = now_ticks;
       if (sub_path.empty()) child->class_name = class_name;
       keys_[fold_case(child->path)] = child;
-      const auto place = std::upper_bound(
-          parent->subkeys.begin(), parent->subkeys.end(), name,
-          [](const std::string& left, const std::string& right) {
-            return fold_case(left) < fold_case(right);
-          });
+      const auto place = std::upper_bound(parent->subkeys.begin(), parent->subkeys.end(), name,
+                                          [](const std::string& left, const std::string& right) {
+                                            return fold_case(left) < fold_case(right);
+                                          });
       parent->subkeys.insert(place, name);
       parent->written_ticks = now_ticks;
     }

@@ -1,6 +1,7 @@
 #pragma once
 // The registry as one process sees it: a controller's, with what the process has written laid over
-// it. A key is taken from below when it is first asked for, and belongs to the process from then on.
+// it. A key is taken from below when it is first asked for, and belongs to the process from then
+// on.
 //
 // Not guarded: the registry's calls hold their one lock over all of this.
 
