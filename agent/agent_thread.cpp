@@ -102,22 +102,6 @@ void start_framework(const trace::Scope& trace, Watch& watch) {
                  number(watch.handles[0]));
 }
 
-void trace_start_failure(const trace::Scope& trace, std::uintptr_t handle) {
-  constexpr const char* kFirst = "_beginthread failed";
-  constexpr const char* kLast = "cannot start service";
-  const int error = errno;
-  if (handle == 0) {
-    trace.always()("InitService: %s errno<%d> doserrno<%d>, %s\n", kFirst, error,
-                   static_cast<int>(_doserrno), kLast);
-  } else if (error == 11) {
-    trace.always()("InitService: %s too many threads, %s\n", kFirst, kLast);
-  } else if (error == 22) {
-    trace.always()("InitService: %s, invalid arg or stack size, %s\n", kFirst, kLast);
-  } else {
-    trace.always()("InitService: %s RC=%d, %s\n", kFirst, static_cast<int>(handle), kLast);
-  }
-}
-
 // Ends the sysvol thread outside its work with the test files and removes those files.
 void stop_sysvol_test(const trace::Scope& trace) {
   trace.error()("Deleting Sysvol Related Files");
@@ -141,6 +125,21 @@ void stop_sysvol_test(const trace::Scope& trace) {
 
 }  // namespace
 
+void agent::trace_start_failure(const trace::Scope& trace, std::intptr_t result, int error,
+                                int dos_error) {
+  constexpr const char* kFirst = "_beginthread failed";
+  constexpr const char* kLast = "cannot start service";
+  if (result == 0) {
+    trace.always()("InitService: %s errno<%d> doserrno<%d>, %s\n", kFirst, error, dos_error, kLast);
+  } else if (error == 11) {
+    trace.always()("InitService: %s too many threads, %s\n", kFirst, kLast);
+  } else if (error == 22) {
+    trace.always()("InitService: %s, invalid arg or stack size, %s\n", kFirst, kLast);
+  } else {
+    trace.always()("InitService: %s RC=%d, %s\n", kFirst, static_cast<int>(result), kLast);
+  }
+}
+
 std::int32_t InitService() {
   DCW_TRACE("InitService");
   trace.always()("InitService: Attaching a new thread for agent");
@@ -148,7 +147,8 @@ std::int32_t InitService() {
   unsigned identifier = 0;
   const std::uintptr_t handle = _beginthreadex(nullptr, 0, &ServiceThread, nullptr, 0, &identifier);
   if (handle == 0 || handle == static_cast<std::uintptr_t>(-1)) {
-    trace_start_failure(trace, handle);
+    agent::trace_start_failure(trace, static_cast<std::intptr_t>(handle), errno,
+                               static_cast<int>(_doserrno));
     return trace.returns(0);
   }
   hThreadHandle = reinterpret_cast<HANDLE>(handle);

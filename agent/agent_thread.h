@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "include/platform/base.h"
+#include "include/trace.h"
 
 // 1 while the framework thread runs; tells StopService whether there is a framework to stop.
 extern std::atomic<std::int32_t> g_frameworkRunning;
@@ -14,6 +15,11 @@ extern std::atomic<HANDLE> hThreadHandle;
 
 // Starts ServiceThread. 1 on success, 0 on failure with the last error left as it was.
 std::int32_t InitService();
+
+namespace agent {
+// Why a thread did not start, by the result of _beginthreadex and the two error words.
+void trace_start_failure(const trace::Scope& trace, std::intptr_t result, int error, int dos_error);
+}  // namespace agent
 
 // Runs MwMain, and StopService when the framework has ended.
 unsigned ServiceThread(void* argument);
