@@ -84,6 +84,9 @@ lab_make_machine() {
 lab_configure_controller() {
   local folder=$LAB_ROOT/$1
   mkdir -p "$folder/run" "$folder/log"
+  # The stock setting forwards to the machine's own name server, which here is this one: an unknown
+  # name would go round for ever.
+  sed -i '/dns forwarder/d' "$folder/etc/smb.conf"
   sed -i "/^\[global\]/a\\
 \\tpid directory = $folder/run\\
 \\tncalrpc dir = $folder/run/ncalrpc\\
@@ -110,14 +113,14 @@ lab_provision_first() {
 # Whether the controller answers: its directory is synchronised and DNS knows its domain.
 lab_serves() {
   local address=${LAB_ADDRESS[$1]}
-  timeout 5 ip netns exec "$LAB_ID-cli" ldapsearch -x -LLL -H "ldap://$address" -b '' -s base \
+  nsrun cli timeout 5 ldapsearch -x -LLL -H "ldap://$address" -b '' -s base \
     -o nettimeout=2 isSynchronized 2>/dev/null | grep -q 'isSynchronized: TRUE' &&
-    [[ -n $(timeout 5 ip netns exec "$LAB_ID-cli" dig +short +time=1 +tries=1 "@$address" \
+    [[ -n $(nsrun cli timeout 5 dig +short +time=1 +tries=1 "@$address" \
       "_ldap._tcp.dc._msdcs.$LAB_DOMAIN" SRV 2>/dev/null) ]]
 }
 
 lab_start_controller() {
-  local name=$1 folder=$LAB_ROOT/$1 deadline=$((SECONDS + 60))
+  local name=$1 folder=$LAB_ROOT/$1 deadline=$((SECONDS + 180))
   mkdir -p "$folder/run" && rm -f "$folder/run/"*.pid
   nsrun "$name" setsid samba -i --no-process-group -M prefork -s "$folder/etc/smb.conf" \
     </dev/null >"$folder/log/console" 2>&1 &
@@ -190,7 +193,7 @@ lab_make_client() {
 END
   printf '%s' "$LAB_PASSWORD" >"$LAB_ROOT/password"
   chmod 600 "$LAB_ROOT/password"
-  KRB5_CONFIG=$LAB_ROOT/krb5.conf KRB5CCNAME=FILE:$LAB_ROOT/ticket ip netns exec "$LAB_ID-cli" \
+  KRB5_CONFIG=$LAB_ROOT/krb5.conf KRB5CCNAME=FILE:$LAB_ROOT/ticket nsrun cli \
     kinit "Administrator@$LAB_REALM" <"$LAB_ROOT/password" >"$LAB_ROOT/kinit.log" 2>&1 ||
     die "kinit failed: $(cat "$LAB_ROOT/kinit.log")"
 }

@@ -30,7 +30,8 @@ END
 with_client_environment() {
   local assignments
   mapfile -t assignments < <(lab_environment)
-  env "${assignments[@]}" "$@"
+  export "${assignments[@]}"
+  "$@"
 }
 
 run_in_lab() {
@@ -39,7 +40,7 @@ run_in_lab() {
   trap 'exit 130' INT
   trap 'exit 143' TERM HUP
   lab_up $$
-  with_client_environment ip netns exec "$LAB_ID-cli" "$@"
+  with_client_environment nsrun cli "$@"
   status=$?
   say "taking the lab down"
   exit $status

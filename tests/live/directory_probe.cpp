@@ -6,6 +6,7 @@
 //   nested DN          children of all children, walked inside the outer walk
 //   read DN NAME...    the named attributes of one object, values in hexadecimal
 //   server NAME        who answers to that name: dnsHostName of its root object
+//   count DN           how many objects lie below, walked without keeping them
 //   memory             the process's highest resident memory in KiB
 
 #include <chrono>
@@ -19,7 +20,9 @@
 #include <string>
 #include <vector>
 
+#include "framework/trc/control.h"
 #include "platform/controller.h"
+#include "trace.h"
 
 namespace {
 
@@ -88,6 +91,15 @@ json nested(Directory& directory, const std::string& base) {
   return {{"children", children}, {"grandchildren", grandchildren}, {"result", code(result)}};
 }
 
+json count(Directory& directory, const std::string& base) {
+  std::unique_ptr<EntryCursor> cursor;
+  DirectoryResult result = directory.search("", base, SearchScope::kSubtree, "", {}, cursor);
+  std::size_t objects = 0;
+  Entry entry;
+  while (result == platform::kDirectoryOk && (result = cursor->next(entry)) == 0) ++objects;
+  return {{"objects", objects}, {"result", code(result)}};
+}
+
 json read(Directory& directory, std::istringstream& words) {
   std::string dn;
   std::getline(words >> std::ws, dn, ';');
@@ -124,8 +136,9 @@ json answer_to(Directory& directory, const std::string& line) {
   std::string command;
   std::string rest;
   words >> command;
-  if (command == "walk" || command == "nested") {
+  if (command == "walk" || command == "nested" || command == "count") {
     std::getline(words >> std::ws, rest);
+    if (command == "count") return count(directory, rest);
     return command == "walk" ? walk(directory, rest) : nested(directory, rest);
   }
   if (command == "read") return read(directory, words);
@@ -141,6 +154,8 @@ int main(int argument_count, char** arguments) try {
     std::cerr << "usage: directory_probe URL\n";
     return 2;
   }
+  trc::set_console(true);  // trace lines, which the tests look for, on the standard error stream
+  trc::set_flags(trace::kError);
   const auto controller = platform::open_live(arguments[1]);
   const platform::MachineFacts& facts = controller->machine();
   std::cout << json{{"host_name", facts.host_name},
