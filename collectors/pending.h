@@ -26,9 +26,6 @@
   X(dcwntdsttp, DCWNTDSTTP)           \
   X(dcwntdslda, DCWNTDSLDA)           \
   X(dcwntdsdad, DCWNTDSDAD)           \
-  X(dcwntdsdrc, DCWNTDSDRC)           \
-  X(dcwntdsdsv, DCWNTDSDSV)           \
-  X(dcwntdsdrf, DCWNTDSDRF)           \
   X(dcwsysrpl, DCWSYSRPL)
 
 // Whether the table of that upper-case name has no collector yet.

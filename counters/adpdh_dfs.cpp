@@ -54,7 +54,8 @@ std::int32_t ADPDH::PdhGetInstanceName(const char* object, FirstInstance& name) 
   if (length >= name.size()) {
     trace.error()("Instance name cut to %zu characters: %s\n", name.size() - 1, instances.data());
   }
-  std::snprintf(name.data(), name.size(), "%s", instances.data());
+  name.fill('\0');
+  std::memcpy(name.data(), instances.data(), std::min(length, name.size() - 1));
   if (name[0] == '\0') {
     trace.detail()("No instance for %s.", object);
   } else {
