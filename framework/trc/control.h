@@ -43,6 +43,10 @@ TRC_API void forget_early_lines();
 // Whether lines are also written to the standard error stream.
 TRC_API void set_console(bool on);
 
+// Everything as when the process began: no file, no settings but the environment's, lines kept for
+// the first file. For tests that share a process.
+TRC_API void reset();
+
 // Keeps every line written while it lives. For tests.
 class TRC_API Capture {
  public:

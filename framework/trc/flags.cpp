@@ -89,6 +89,15 @@ void read_flags_from_environment() {
   next_generation();
 }
 
+void forget_flags() {
+  Settings& state = settings();
+  const std::lock_guard hold(state.mutex);
+  state.units.clear();
+  state.set_by_call = false;
+  apply_environment(state);
+  next_generation();
+}
+
 }  // namespace trc
 
 std::uint32_t TRC1_Sync(TRC1_UnitRecord* unit) {

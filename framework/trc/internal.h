@@ -26,5 +26,7 @@ std::string render(const Line& line);
 
 // Takes the flag word of TRC_TRC1 when nobody has set one through set_flags.
 void read_flags_from_environment();
+// No setting counts but the environment's.
+void forget_flags();
 
 }  // namespace trc

@@ -166,6 +166,18 @@ void set_console(bool on) {
   refresh_listening(out);
 }
 
+void reset() {
+  forget_flags();
+  Writer& out = writer();
+  const std::lock_guard hold(out.mutex);
+  out.file.close();
+  out.console = false;
+  out.early.clear();
+  out.keeps_early = true;
+  out.failing = false;
+  refresh_listening(out);
+}
+
 Capture::Capture() : state_(new State) {
   Writer& out = writer();
   const std::lock_guard hold(out.mutex);
