@@ -264,7 +264,13 @@ BOOL TzSpecificLocalTimeToSystemTime(const TIME_ZONE_INFORMATION* zone, const SY
                                                     local->wMilliseconds * std::int64_t{10000});
     return TRUE;
   }
-  const LONG bias = bias_at(*zone, platform::kernel::ticks_from(*local), local->wYear);
-  *universal = shifted(*local, 60 * std::int64_t{bias});
+  // The clock on the wall may be the summer's: take that when it is consistent.
+  const LONG winter = zone->Bias + zone->StandardBias;
+  const LONG summer = zone->Bias + zone->DaylightBias;
+  const SYSTEMTIME if_summer = shifted(*local, 60 * (summer - winter));
+  const bool is_summer =
+      has_daylight(*zone) &&
+      bias_at(*zone, platform::kernel::ticks_from(if_summer), if_summer.wYear) == summer;
+  *universal = shifted(*local, 60 * std::int64_t{is_summer ? summer : winter});
   return TRUE;
 }

@@ -114,6 +114,12 @@ TEST(KernelCalendar, TheMachinesZoneIsHonoured) {
   EXPECT_EQ(text_of(zone.StandardDate), "0000-10-05 03:00:00.000/0");
   ASSERT_TRUE(SystemTimeToTzSpecificLocalTime(&zone, &summer, &there));
   EXPECT_EQ(text_of(there), "2011-07-01 14:00:00.005/5") << "by the zone's own rules";
+  const SYSTEMTIME late_summer{2011, 10, 0, 30, 2, 30, 0, 0};
+  ASSERT_TRUE(TzSpecificLocalTimeToSystemTime(&zone, &late_summer, &back));
+  EXPECT_EQ(text_of(back), "2011-10-30 00:30:00.000/0") << "the first of the two half past twos";
+  const SYSTEMTIME winter{2011, 12, 0, 1, 12, 0, 0, 0};
+  ASSERT_TRUE(TzSpecificLocalTimeToSystemTime(&zone, &winter, &back));
+  EXPECT_EQ(text_of(back), "2011-12-01 11:00:00.000/4");
   const std::tuple<SYSTEMTIME, const char*> changes[] = {
       {{2011, 3, 0, 27, 0, 59, 59, 0}, "2011-03-27 01:59:59.000/0"},
       {{2011, 3, 0, 27, 1, 0, 0, 0}, "2011-03-27 03:00:00.000/0"},

@@ -15,6 +15,8 @@ namespace {
 
 using kernel_test::TestThread;
 
+HLOCAL kept_memory = nullptr;  // what a process leaves behind
+
 TEST(KernelThreads, AThreadHasAnIdentifierAndItsHandleIsSetAtItsEnd) {
   DWORD inside = 0;
   TestThread thread([&] {
@@ -158,14 +160,17 @@ TEST(KernelProcess, ExitProcessRecordsTheCodeAndEndsEveryThread) {
       std::atomic<int>* count;
       ~Mark() { ++*count; }
     };
-    TestThread* first = new TestThread([&] {
-      const Mark mark{&ended};
-      Sleep(INFINITE);
-      return 0u;
-    });
-    EXPECT_NE(first->handle(), nullptr);
-    static TestThread* keep;
-    keep = first;
+    static std::atomic<int>* count;
+    count = &ended;
+    EXPECT_NE(_beginthreadex(
+                  nullptr, 0,
+                  [](void*) -> unsigned {
+                    const Mark mark{count};
+                    Sleep(INFINITE);
+                    return 0;
+                  },
+                  nullptr, 0, nullptr),
+              0u);
     const Mark mark{&ended};
     Sleep(10);
     ExitProcess(9);
@@ -221,11 +226,11 @@ TEST(KernelProcess, NamedEventsAndLiveObjectsGoWithIt) {
       CreateEventA(nullptr, TRUE, TRUE, "DCWSHUTDOWN");
       static CRITICAL_SECTION section;
       InitializeCriticalSection(&section);
-      static HLOCAL memory;
-      memory = LocalAlloc(LMEM_FIXED, 10);
+      kept_memory = LocalAlloc(LMEM_FIXED, 10);
       ExitProcess(0);
     });
     EXPECT_TRUE(process.wait_for_exit(1000));
+    EXPECT_NE(kept_memory, nullptr);
     const auto left = process.left_alive();
     EXPECT_EQ(left.at("event"), 1);
     EXPECT_EQ(left.at("critical section"), 1);
