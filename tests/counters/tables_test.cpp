@@ -1,0 +1,288 @@
+#include <gmock/gmock.h>
+
+#include <limits>
+#include <numeric>
+
+#include "counters/counter_table.h"
+#include "include/trc.h"
+#include "machine.h"
+
+namespace {
+
+constexpr std::int32_t kNumberOutOfRange = std::numeric_limits<std::int32_t>::min();
+constexpr const char* kStamp = "1110102030405000";
+
+// count numbers from first on, then what is given.
+std::vector<std::int32_t> from(std::int32_t first, std::size_t count,
+                               const std::vector<std::int32_t>& then = {}) {
+  std::vector<std::int32_t> numbers(count);
+  std::iota(numbers.begin(), numbers.end(), first);
+  numbers.insert(numbers.end(), then.begin(), then.end());
+  return numbers;
+}
+
+class CounterTables : public CountersTest {
+ protected:
+  template <const auto& kTable>
+  static std::unique_ptr<xaf::DirectSampler> sampler() {
+    if (tables::g_manager<kTable> == nullptr) tables::init<kTable>();
+    auto made = std::make_unique<xaf::DirectSampler>(kTable.name);
+    EXPECT_TRUE(made->found());
+    return made;
+  }
+  template <const auto& kTable>
+  void expect_row(const std::vector<std::int32_t>& columns) {
+    const std::vector<std::string> rows = sampler<kTable>()->sample();
+    ASSERT_EQ(rows.size(), 1u) << kTable.name;
+    EXPECT_EQ(rows[0].size(), kTable.row_size());
+    // Another table's half second may have passed.
+    const std::string stamp = rows[0].substr(72, 16);
+    EXPECT_EQ(rows[0], long_head(++samples_[kTable.name], stamp) + columns_of(columns))
+        << kTable.name << " on " << g_osMajorVersion;
+    EXPECT_EQ(stamp.substr(0, 11), std::string(kStamp, 11));
+  }
+  void build_for(int major, int minor) {
+    deleteGlobals();
+    set_version(major, minor);
+    allocateGlobals(nullptr);
+  }
+
+ private:
+  std::map<std::string, std::int32_t> samples_;
+};
+
+TEST_F(CounterTables, ShowTheOlderNamesOnMajorVersions5And10) {
+  install(all_series());
+  for (const int major : {5, 10}) {
+    build_for(major, 0);
+    expect_row<tables::DCWNTDSAB>(from(0, 7));
+    expect_row<tables::DCWNTDSDS>(from(2000, 19, {-1, -1, -1}));
+    expect_row<tables::DCWNTDSKCC>(from(3000, 3, {1}));
+    expect_row<tables::DCWNTDSKDC>(from(4000, 3));
+    expect_row<tables::DCWNTDSLDP>(
+        {5000, 5001, 5002, 5003, 5004, -1, 5006, 5007, 5008, 5009, -1, -1, -1, -1});
+    expect_row<tables::DCWNTDSLSA>(from(6000, 3));
+    expect_row<tables::DCWNTDSNSP>(from(7000, 4));
+    expect_row<tables::DCWNTDSSAM>(from(8000, 17, {-1, -1}));
+    expect_row<tables::DCWNTDSXDS>(from(9000, 4));
+  }
+}
+
+TEST_F(CounterTables, ShowTheNewerNamesOnMajorVersion6) {
+  install(all_series());
+  for (const int minor : {0, 1}) {
+    build_for(6, minor);
+    expect_row<tables::DCWNTDSAB>(from(14000, 7));
+    expect_row<tables::DCWNTDSDS>(from(16000, 22));
+    expect_row<tables::DCWNTDSKCC>(from(17000, 3, {1}));
+    expect_row<tables::DCWNTDSKDC>(from(18000, 3));
+    expect_row<tables::DCWNTDSLDP>({19000, 19001, 19002, 19003, 19004, -1, 19006, 19007, 19008,
+                                    19009, 19010, 19011, 19012, 19005});
+    expect_row<tables::DCWNTDSLSA>(from(20000, 3));
+    expect_row<tables::DCWNTDSNSP>(from(21000, 4));
+    expect_row<tables::DCWNTDSSAM>(from(22000, 19));
+    expect_row<tables::DCWNTDSXDS>({-1, -1, -1, -1});
+  }
+}
+
+TEST_F(CounterTables, StampTheRowBeforeTheHalfSecondOfTheCollection) {
+  set_version(10, 0);
+  install(series_of(g_ABList, 1));
+  build_for(10, 0);
+  const auto rows = sampler<tables::DCWNTDSAB>()->sample();
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0], long_head(1, kStamp) + columns_of(from(1, 7)));
+  EXPECT_EQ(time.elapsed_ms(), 500);
+}
+
+TEST_F(CounterTables, FillTheNodeNameToItsWidthWithoutAnEnd) {
+  xaf::Configuration configuration;
+  configuration.node_name = std::string(70, 'n');
+  xaf::configure(configuration);
+  platform::install(std::make_shared<Machine>(""));
+  set_version(10, 0);
+  const auto rows = sampler<tables::DCWNTDSXDS>()->sample();
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0].substr(0, 64), std::string(64, 'n'));
+  EXPECT_EQ(rows[0].substr(64, 4), std::string("\1\0\0\0", 4));
+}
+
+TEST_F(CounterTables, CarryTheSeedThroughToTheRow) {
+  install(all_series());
+  build_for(10, 0);
+  SYS1_PutEnv("DCW_UNIT_TEST_SEED=10");
+  expect_row<tables::DCWNTDSAB>(from(10, 7));
+  build_for(6, 1);
+  expect_row<tables::DCWNTDSLDP>({10, 11, 12, 13, 14, -1, 16, 17, 18, 19, 20, 21, 22, 15});
+  EXPECT_EQ(time.elapsed_ms(), 0);
+}
+
+TEST_F(CounterTables, CutValuesTowardZeroAndShowTheLowestNumberForWhatDoesNotFit) {
+  EXPECT_EQ(counters::truncated(2.9), 2);
+  EXPECT_EQ(counters::truncated(-2.9), -2);
+  EXPECT_EQ(counters::truncated(-0.5), 0);
+  EXPECT_EQ(counters::truncated(2147483647.9), 2147483647);
+  EXPECT_EQ(counters::truncated(2147483648.0), kNumberOutOfRange);
+  EXPECT_EQ(counters::truncated(-2147483648.9), kNumberOutOfRange);
+  EXPECT_EQ(counters::truncated(-2147483649.0), kNumberOutOfRange);
+  EXPECT_EQ(counters::truncated(std::numeric_limits<double>::infinity()), kNumberOutOfRange);
+  EXPECT_EQ(counters::truncated(std::numeric_limits<double>::quiet_NaN()), kNumberOutOfRange);
+
+  install({{"\\NTDS\\KDC AS Requests", {2.9}},
+           {"\\NTDS\\KDC TGS Requests", {-2.9}},
+           {"\\NTDS\\Kerberos Authentications", {3000000000.0}}});
+  build_for(10, 0);
+  expect_row<tables::DCWNTDSKDC>({2, -2, kNumberOutOfRange});
+}
+
+TEST_F(CounterTables, CountSamplesEvenWhereNoRowComes) {
+  install(series_of(g_KDCList, 1));
+  build_for(10, 0);
+  const auto kerberos = sampler<tables::DCWNTDSKDC>();
+  ASSERT_EQ(kerberos->sample().size(), 1u);
+  install(series_of(g_ABList, 1));
+  build_for(10, 0);
+  EXPECT_TRUE(kerberos->sample().empty());
+  EXPECT_TRUE(kerberos->sample().empty());
+  install(series_of(g_KDCList, 1));
+  build_for(10, 0);
+  const auto rows = kerberos->sample();
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0][64], 4);
+}
+
+TEST_F(CounterTables, HaveNoRowWithoutTheirObjectButForExchange) {
+  install({{"\\Memory\\Available Bytes", {1}}});
+  build_for(10, 0);
+  EXPECT_TRUE(sampler<tables::DCWNTDSAB>()->sample().empty());
+  EXPECT_TRUE(sampler<tables::DCWNTDSDS>()->sample().empty());
+  EXPECT_TRUE(sampler<tables::DCWNTDSKCC>()->sample().empty());
+  EXPECT_TRUE(sampler<tables::DCWNTDSKDC>()->sample().empty());
+  EXPECT_TRUE(sampler<tables::DCWNTDSLDP>()->sample().empty());
+  EXPECT_TRUE(sampler<tables::DCWNTDSLSA>()->sample().empty());
+  EXPECT_TRUE(sampler<tables::DCWNTDSNSP>()->sample().empty());
+  EXPECT_TRUE(sampler<tables::DCWNTDSSAM>()->sample().empty());
+  EXPECT_EQ(time.elapsed_ms(), 0);
+  expect_row<tables::DCWNTDSXDS>({-1, -1, -1, -1});
+}
+
+TEST_F(CounterTables, ReadAndThrowAwayTheExchangeCountersOnMajorVersion6) {
+  install(all_series());
+  set_version(6, 1);
+  testing::internal::CaptureStdout();
+  const auto rows = sampler<tables::DCWNTDSXDS>()->sample();
+  std::fflush(stdout);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(time.elapsed_ms(), 500);
+  EXPECT_EQ(trace.count(" Collecting data for [ XDS ] "), 1u);
+}
+
+TEST_F(CounterTables, ShowTheNumbersOfBeforeWhenACollectionFails) {
+  install(series_of(g_KDCList, 40));
+  build_for(10, 0);
+  const auto kerberos = sampler<tables::DCWNTDSKDC>();
+  platform::faults::fail("PdhCollectQueryData", 1);
+  auto rows = kerberos->sample();
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(rows[0].substr(rows[0].size() - 12), columns_of({0, 0, 0}));
+  rows = kerberos->sample();
+  EXPECT_EQ(rows[0].substr(rows[0].size() - 12), columns_of({40, 41, 42}));
+  platform::faults::clear();
+  platform::faults::fail("PdhCollectQueryData", 2);
+  rows = kerberos->sample();
+  EXPECT_EQ(rows[0].substr(rows[0].size() - 12), columns_of({40, 41, 42}));
+}
+
+TEST_F(CounterTables, WaitUntilTheCollectorsExistAndExchangeDoesNot) {
+  install(all_series());
+  set_version(10, 0);
+  struct Late {
+    static unsigned __stdcall build(void*) {
+      Sleep(3000);
+      return allocateGlobals(nullptr);
+    }
+  };
+  const auto exchange = sampler<tables::DCWNTDSXDS>();
+  const auto address_book = sampler<tables::DCWNTDSAB>();
+  const auto thread = _beginthreadex(nullptr, 0, Late::build, nullptr, 0, nullptr);
+  ASSERT_NE(thread, 0u);
+  EXPECT_EQ(exchange->sample().size(), 1u);
+  EXPECT_EQ(time.elapsed_ms(), 500);
+  EXPECT_EQ(trace.count("*****CREATED OBJECTS*****"), 0u);
+  const auto rows = address_book->sample();
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(trace.count("*****CREATED OBJECTS*****"), 1u);
+  EXPECT_EQ(rows[0].substr(72, 16), "1110102030408000");
+  WaitForSingleObject(reinterpret_cast<HANDLE>(thread), INFINITE);
+  CloseHandle(reinterpret_cast<HANDLE>(thread));
+}
+
+TEST_F(CounterTables, MeasureThemselvesUnderTheirOwnLabels) {
+  install(all_series());
+  build_for(10, 0);
+  SYS1_PutEnv("AGENT_TIMING=1");
+  sampler<tables::DCWNTDSDS>()->sample();
+  EXPECT_EQ(trace.count("TIMER: 9 : DNS : TakeSample : Time to Complete:     0.50"), 1u);
+  sampler<tables::DCWNTDSXDS>()->sample();
+  EXPECT_TRUE(trace.contains("TIMER: 26 : ExchangeDirectoryService : TakeSample : "));
+}
+
+// Every platform call that a table's building and sampling reaches is made to fail once. A fault
+// while the collector is built may cost a value until it is built anew, one while it samples may
+// cost that sample; nothing may be lost for good, and nothing may fall over.
+class FaultSweep : public CounterTables {
+ protected:
+  template <const auto& kTable>
+  void sweep(std::atomic<ADPDH*>* global, std::uint32_t id) {
+    install(all_series());
+    set_version(10, 0);
+    SetEvent(g_allocateGlobalsEvent);
+    const auto sample_with = sampler<kTable>();
+    const auto scenario = [&] {
+      if (global != nullptr) *global = new ADPDH(id);
+      const auto rows = sample_with->sample();
+      EXPECT_LE(rows.size(), 1u);
+      if (global != nullptr) delete global->exchange(nullptr);
+      return rows.empty() ? std::string() : rows[0];
+    };
+    const auto data = [](const std::string& row) {
+      return row.empty() ? row : row.substr(0, 64) + row.substr(88);
+    };
+    testing::internal::CaptureStdout();
+    scenario();  // what is made once a process is made now
+    platform::faults::reset_counts();
+    const std::string right = data(scenario());
+    const auto calls = platform::faults::reached();
+    auto before = live();
+    ASSERT_FALSE(right.empty());
+    std::size_t struck = 0;
+    for (const auto& [call, count] : calls) {
+      if (call == "LocalFree") continue;  // memory that cannot be given back is lost by definition
+      for (std::uint32_t nth = 1; nth <= count; ++nth) {
+        platform::faults::fail(call, nth);
+        scenario();
+        if (platform::faults::struck()) ++struck;
+        platform::faults::clear();
+        ASSERT_EQ(data(scenario()), right) << "after " << call << " " << nth;
+        // A query that the library will not close is lost to us.
+        if (call == "PdhCloseQuery") before = live();
+        ASSERT_EQ(live(), before) << "after " << call << " " << nth;
+      }
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_GT(struck, 10u);
+  }
+};
+
+TEST_F(FaultSweep, AddressBook) { sweep<tables::DCWNTDSAB>(&g_AddressBook, 0); }
+TEST_F(FaultSweep, DirectoryServices) { sweep<tables::DCWNTDSDS>(&g_DirServices, 2); }
+TEST_F(FaultSweep, ConsistencyChecker) { sweep<tables::DCWNTDSKCC>(&g_KCC, 3); }
+TEST_F(FaultSweep, KeyDistribution) { sweep<tables::DCWNTDSKDC>(&g_KDC, 4); }
+TEST_F(FaultSweep, Ldap) { sweep<tables::DCWNTDSLDP>(&g_LDAP, 5); }
+TEST_F(FaultSweep, SecurityAuthority) { sweep<tables::DCWNTDSLSA>(&g_LSA, 6); }
+TEST_F(FaultSweep, NameService) { sweep<tables::DCWNTDSNSP>(&g_NSPI, 7); }
+TEST_F(FaultSweep, AccountsManager) { sweep<tables::DCWNTDSSAM>(&g_SAM, 8); }
+TEST_F(FaultSweep, Exchange) { sweep<tables::DCWNTDSXDS>(nullptr, 9); }
+
+}  // namespace
