@@ -50,8 +50,8 @@ void printTimerResults(const TimerRecord* timer, int tableIndex, const char* tab
     milliseconds += 1000.0;
   }
   if (trace.on(trace::kError)) {
-    // Both texts are in the one buffer and so come out as the start. Deliberate: the line has always
-    // read so, and the duration stands in the next one.
+    // Both texts are in the one buffer and so come out as the start. Deliberate: the line has
+    // always read so, and the duration stands in the next one.
     const char* const end_text = calendar_text(timer->end_tm);
     const char* const start_text = calendar_text(timer->start_tm);
     trace.error()("Timer: %d %s %s %s : %s", tableIndex, tableWord, operation, start_text,
