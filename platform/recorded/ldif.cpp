@@ -217,6 +217,8 @@ class RecordBuilder {
   void add(const LogicalLine& line) {
     NameAndValue pair = split_line(line, fault_);
     std::string key = fold_case(pair.name);
+    // The system's own export tool writes every entry as one to be added.
+    if (key == "changetype" && pair.value == "add" && record_.entry.attributes.empty()) return;
     if (key == "changetype" || key == "control") {
       fault_.raise(line.line, "a change record; a recording holds entries only");
     }

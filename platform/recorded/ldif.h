@@ -3,8 +3,9 @@
 // are also read where no LDAP library is, and because a fault in a recording must be told by its
 // line.
 //
-// Only entries are taken: change records and values that stand in other files are refused. A file
-// without a version line is taken too, since the usual search tools can leave it out.
+// Only entries are taken, also such as ldifde exports ("changetype: add" behind the dn): other
+// change records and values that stand in other files are refused. A file without a version line is
+// taken too, since the usual tools can leave it out.
 
 #include <cstddef>
 #include <string>

@@ -82,6 +82,13 @@ TEST(Ldif, ReadsTheEmptyNameEmptyValuesOptionsAndNumericNames) {
   EXPECT_EQ(records[0].entry.attributes[3].values[0], "x ") << "a last blank belongs to the value";
 }
 
+TEST(Ldif, TakesEntriesAsTheSystemsExportToolWritesThem) {
+  const auto records = read("dn: DC=x\r\nchangetype: add\r\nobjectClass: top\r\ndc: x\r\n\r\n");
+  ASSERT_EQ(records.size(), 1u);
+  ASSERT_EQ(records[0].entry.attributes.size(), 2u);
+  EXPECT_EQ(records[0].entry.attributes[0].name, "objectClass");
+}
+
 TEST(Ldif, AnEmptyFileAndOneOfCommentsHoldNothing) {
   EXPECT_TRUE(read("").empty());
   EXPECT_TRUE(read("version: 1\n\n# nothing\n\n").empty());
@@ -121,6 +128,8 @@ INSTANTIATE_TEST_SUITE_P(
                   "directory.ldif:2: a value from a URL, which a recording may not hold"},
         FaultCase{"ChangeType", "dn: DC=x\nchangetype: delete\n",
                   "directory.ldif:2: a change record; a recording holds entries only"},
+        FaultCase{"ChangeTypeLate", "dn: DC=x\ndc: x\nchangetype: add\n",
+                  "directory.ldif:3: a change record; a recording holds entries only"},
         FaultCase{"Control", "dn: DC=x\ncontrol: 1.2.3 true\n",
                   "directory.ldif:2: a change record; a recording holds entries only"},
         FaultCase{"SecondDn", "dn: DC=x\ndc: x\ndn: DC=y\n",
