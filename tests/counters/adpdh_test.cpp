@@ -166,7 +166,6 @@ TEST_F(Collectors, TakeTheVersion6DhcpObjectByItsNameOfTheSystemVersion) {
 TEST_F(Collectors, AddTheDhcpListTwiceOnVersion60) {
   install(all_series());
   set_version(6, 0);
-  const auto before = live();
   ADPDH collector(kDhcpCollector);
   EXPECT_EQ(live().at("pdh counter"), 58);
   EXPECT_EQ(trace.count("Adding (0) [DHCP Server\\Declines/sec]"), 2u);
