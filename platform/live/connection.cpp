@@ -1,9 +1,11 @@
 #include "platform/live/connection.h"
 
+#include <sys/socket.h>
 #include <sys/time.h>
 
 #include <utility>
 
+#include "platform/live/broken_pipe.h"
 #include "platform/live/decode.h"
 #include "platform/live/ldap_error.h"
 
@@ -79,11 +81,30 @@ int set_options(LDAP* handle, const Options& options) {
 }  // namespace
 
 void Connection::Unbind::operator()(LDAP* handle) const {
+  const BrokenPipeGuard guard;
   ldap_unbind_ext(handle, nullptr, nullptr);
 }
 
 Connection::Connection(Address address, Options options)
-    : address_(std::move(address)), options_(std::move(options)) {}
+    : address_(std::move(address)),
+      options_(std::move(options)),
+      connected_{limit_waits, forget, this} {}
+
+// The library polls with a time-out and then reads without one. A server that freezes behind the
+// first half of a message is only bounded by the socket itself.
+int Connection::limit_waits(LDAP*, Sockbuf* buffer, LDAPURLDesc*, sockaddr*,
+                            ldap_conncb* callback) {
+  Connection& self = *static_cast<Connection*>(callback->lc_arg);
+  const timeval timeout{self.options_.timeout_s, 0};
+  ber_socket_t socket = -1;
+  ber_sockbuf_ctrl(buffer, LBER_SB_OPT_GET_FD, &socket);
+  setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+  setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
+  if (self.handshake_ != nullptr) self.handshake_->watch(socket);
+  return LDAP_SUCCESS;
+}
+
+void Connection::forget(LDAP*, Sockbuf*, ldap_conncb*) {}
 
 std::string Connection::last_failure() const {
   const std::lock_guard guard(lock_);
@@ -115,16 +136,26 @@ int Connection::bind(LDAP* handle) const {
                                       answer_nothing, nullptr);
 }
 
+int Connection::bind_in_time(LDAP* handle) {
+  if (address_.transport != Transport::kLdaps) return bind(handle);
+  HandshakeLimit limit{std::chrono::seconds(options_.timeout_s)};
+  handshake_ = &limit;
+  const int code = bind(handle);
+  handshake_ = nullptr;
+  return code != LDAP_SUCCESS && limit.expired() ? LDAP_TIMEOUT : code;
+}
+
 int Connection::connect() {
   LDAP* raw = nullptr;
   int code = ldap_initialize(&raw, address_.uri().c_str());
   Handle handle(raw);
   if (code != LDAP_SUCCESS) return note_failure(code, nullptr);
   if (set_options(raw, options_) != LDAP_OPT_SUCCESS ||
+      ldap_set_option(raw, LDAP_OPT_CONNECT_CB, &connected_) != LDAP_OPT_SUCCESS ||
       (address_.transport == Transport::kLdaps && set_tls(raw, options_) != LDAP_OPT_SUCCESS)) {
     return note_failure(LDAP_LOCAL_ERROR, raw);
   }
-  code = bind(raw);
+  code = bind_in_time(raw);
   if (code != LDAP_SUCCESS) return note_failure(code, raw);
   handle_ = std::move(handle);
   ++generation_;
@@ -163,6 +194,7 @@ int Connection::ask_once_more_if_stale(const Question& question, Bookmark* bookm
 
 int Connection::exchange(const Question& question, Bookmark* bookmark,
                          std::vector<Entry>& entries) {
+  const BrokenPipeGuard no_signal;
   if (handle_ == nullptr) {
     const int code = connect();
     if (code != LDAP_SUCCESS) return code;

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/controller.h"
+#include "platform/live/handshake_limit.h"
 #include "platform/live/options.h"
 
 namespace platform::live {
@@ -60,6 +61,7 @@ class Connection {
 
   // With lock_ held.
   int connect();
+  int bind_in_time(LDAP* handle);
   int bind(LDAP* handle) const;
   int exchange(const Question& question, Bookmark* bookmark, std::vector<Entry>& entries);
   int receive(int message_id, Bookmark* bookmark, std::vector<Entry>& entries);
@@ -68,8 +70,14 @@ class Connection {
                              std::vector<Entry>& entries);
   int note_failure(int code, LDAP* handle);
 
+  static int limit_waits(LDAP* handle, Sockbuf* buffer, LDAPURLDesc* server, sockaddr* peer,
+                         ldap_conncb* callback);
+  static void forget(LDAP* handle, Sockbuf* buffer, ldap_conncb* callback);
+
   const Address address_;
   const Options options_;
+  HandshakeLimit* handshake_ = nullptr;  // guarded by lock_; set while a ldaps connection is made
+  ldap_conncb connected_;                // called by the library with every socket it opens
 
   mutable std::mutex lock_;
   Handle handle_;                 // guarded by lock_; null while not connected
