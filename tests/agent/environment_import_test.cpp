@@ -1,11 +1,25 @@
 #include "agent/environment_import.h"
 
+#include <cstdio>
+
 #include "agent/registry.h"
 #include "tests/agent/agent_run.h"
 
 namespace {
 
 using testing_support::AgentRun;
+
+// Text as an export writes a value of the expandable type: UTF-16 with its zero end, in
+// hexadecimal.
+std::string expandable(const std::string& text) {
+  std::string hex = "hex(2):";
+  for (const char c : text) {
+    char bytes[8];
+    std::snprintf(bytes, sizeof bytes, "%02x,00,", static_cast<unsigned char>(c));
+    hex += bytes;
+  }
+  return hex + "00,00";
+}
 
 std::string branch() {
   return R"([HKEY_LOCAL_MACHINE\SOFTWARE\Marlow]
@@ -33,10 +47,8 @@ std::string branch() {
 "DWT_NUMBER"=dword:00000007
 "DWT_TEXT"="a value"
 "DWT_BOTH"="level 1"
-"DWT_EXPANDED"=hex(2):25,44,57,54,5f,54,45,58,54,25,21,00
-"DWT_KEPT"=hex(2):25,44,57,54,5f,4e,4f,4e,45,25,00
-
-)";
+"DWT_EXPANDED"=)" +
+         expandable("%DWT_TEXT%!") + "\n\"DWT_KEPT\"=" + expandable("%DWT_NONE%") + "\n\n";
 }
 
 const char* variable(const char* name) {

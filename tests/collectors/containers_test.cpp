@@ -78,7 +78,7 @@ TEST_F(Containers, SurviveEachPlatformCallFailingOnce) {
   sweep("DCWNTDSCNT", {{"ADsGetObject", "ADsGetObject Failed. Error number: "},
                        {"ADsBuildEnumerator", "ADsBuildEnumerator Failed. Error number: "},
                        {"IADs::Get", "pObj->Get Failed. Error number: "},
-                       {"IUnknown::QueryInterface", "ADsEnumerateNext Failed. Error number: "},
+                       {"IUnknown::QueryInterface", "Failed. Error number: 80004002"},
                        {"SafeArrayGetLBound", "SafeArrayGetLBound Failed. Error number: "},
                        {"SafeArrayGetUBound", "SafeArrayGetUBound Failed. Error number: "},
                        {"SafeArrayGetElement", "SafeArrayGetElement Failed. Error number: "}});
