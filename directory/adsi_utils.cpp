@@ -8,9 +8,9 @@
 
 #include "directory/patterns.h"
 
+using directory::AdsPath;
 using directory::bind_object;
 using directory::copy_out;
-using directory::Path;
 using directory::Reference;
 using directory::text_of;
 using directory::Variant;
@@ -34,7 +34,7 @@ void trace_object_error(const trace::Scope& trace) {
 // One attribute of a server's root object.
 int read_root(const trace::Scope& trace, const char* server, std::string_view attribute,
               std::string& text) {
-  const Path<200> path(trace, L"LDAP://%S/rootDSE", {view(server)});
+  const AdsPath<200> path(trace, L"LDAP://%S/rootDSE", {view(server)});
   trace.detail()("Root DSE Object: %s\n", path.narrow().c_str());
   Reference<IADs> root;
   Variant value;
@@ -134,7 +134,7 @@ int ADSIutils::GetAttributeValue(const char* distinguishedName, const char* attr
     trace.detail()("Error: AttributeNameOfObject is empty or null");
     return trace.returns(-1);
   }
-  const Path<1024> path(trace, L"LDAP://%S", {distinguishedName});
+  const AdsPath<1024> path(trace, L"LDAP://%S", {distinguishedName});
   Reference<IADs> object;
   if (FAILED(bind_object(path.wide(), object)) || !object) {
     trace.detail()("Error: Unable to get object");

@@ -6,8 +6,8 @@
 #include "directory/dns_utils.h"
 #include "directory/patterns.h"
 
+using directory::AdsPath;
 using directory::copy_out;
-using directory::Path;
 using directory::Variant;
 
 namespace {
@@ -60,7 +60,7 @@ int DNSUtils::GetAllCNTList(const std::vector<std::string>& contexts,
   const auto wanted = std::min(static_cast<std::size_t>(std::max(count, 0)), contexts.size());
   for (std::size_t i = 0; i < wanted; ++i) {
     const std::string& context = contexts[i];
-    const Path<260> path(trace, L"LDAP://%S", {context});
+    const AdsPath<260> path(trace, L"LDAP://%S", {context});
     const int result = directory::walk_container(trace, path.wide(), walk, [&](IADs* child) {
       ContainerInfo info;
       if (read_container(trace, child, context, info)) records.push_back(info);

@@ -5,9 +5,9 @@
 #include "directory/dns_utils.h"
 #include "directory/patterns.h"
 
+using directory::AdsPath;
 using directory::bind_object;
 using directory::copy_out;
-using directory::Path;
 using directory::Reference;
 using directory::text_of;
 using directory::Variant;
@@ -32,7 +32,7 @@ bool read_level(const trace::Scope& trace, IADs* root, const char* attribute, st
 int DNSUtils::GetRootDSEInfo(const char* server, RootDSEInfo& info) {
   DCW_TRACE("GetRootDSEInfo");
   info = {};
-  const Path<260> path(trace, L"LDAP://%S/rootDSE", {view(server)});
+  const AdsPath<260> path(trace, L"LDAP://%S/rootDSE", {view(server)});
   Reference<IADs> root;
   HRESULT result = bind_object(path.wide(), root);
   if (SUCCEEDED(result) && !root) result = E_NOINTERFACE;
@@ -60,7 +60,7 @@ int DNSUtils::GetRootDSEInfo(const char* server, RootDSEInfo& info) {
 
 int DNSUtils::GetNamingContexts(const char* server, std::vector<std::string>& contexts) {
   DCW_TRACE("GetNamingContexts");
-  const Path<260> path(trace, L"LDAP://%S/rootDSE", {view(server)});
+  const AdsPath<260> path(trace, L"LDAP://%S/rootDSE", {view(server)});
   trace.detail()("Root DSE Object: %s\n", path.narrow().c_str());
   Reference<IADs> root;
   HRESULT result = bind_object(path.wide(), root);

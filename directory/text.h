@@ -32,10 +32,10 @@ void format_path(const trace::Scope& trace, std::span<wchar_t> target, std::wstr
 
 // A wide path of fixed size, cut at it.
 template <std::size_t kSize>
-class Path {
+class AdsPath {
  public:
-  Path(const trace::Scope& trace, std::wstring_view form,
-       std::initializer_list<std::string_view> arguments = {}) {
+  AdsPath(const trace::Scope& trace, std::wstring_view form,
+          std::initializer_list<std::string_view> arguments = {}) {
     format_path(trace, text_, form, arguments);
   }
   const wchar_t* wide() const { return text_.data(); }
