@@ -40,6 +40,7 @@ class CuttingProxy:
                 server.connect(self._server_path)
             except OSError:
                 # The client sees what it would see of the server itself: nobody there.
+                server.close()
                 client.close()
                 continue
             for source, target, counted in ((client, server, False), (server, client, True)):

@@ -303,7 +303,9 @@ class LiveTest(unittest.TestCase):
 
     @needs_dirwatch
     def test_50_twenty_thousand_containers(self):
-        with Probe(LDAPI) as probe:
+        # A sanitizer keeps freed memory aside, which would hide what is measured here.
+        measured = {"ASAN_OPTIONS": "quarantine_size_mb=1"}
+        with Probe(LDAPI, **measured) as probe:
             probe.ask("count " + BASE)
             before = probe.ask("memory")["peak_kib"]
         lab("add-containers", "20000")
@@ -314,7 +316,7 @@ class LiveTest(unittest.TestCase):
             self.assertEqual(done.returncode, 0, done.stderr)
             self.assert_same_rows(containers(rows), wanted)
         # A walk holds a page, however many pages there are.
-        with Probe(LDAPI) as probe:
+        with Probe(LDAPI, **measured) as probe:
             self.assertGreater(probe.ask("count " + BASE)["objects"], 20000)
             self.assertLess(probe.ask("memory")["peak_kib"], before + 16 * 1024)
 
@@ -354,9 +356,10 @@ tables = ["DCWNTDSCNT"]
 format = "json"
 path = "{output}"
 """)
-        process = subprocess.Popen(
-            [DIRWATCH, "run", "--controller", proxy.url, "--config", configuration],
-            stdout=subprocess.DEVNULL, stderr=open(scratch("run.trace"), "w", encoding="utf-8"))
+        with open(scratch("run.trace"), "w", encoding="utf-8") as errors:
+            process = subprocess.Popen(
+                [DIRWATCH, "run", "--controller", proxy.url, "--config", configuration],
+                stdout=subprocess.DEVNULL, stderr=errors)
         try:
             samples = self.wait_for_samples(output, len(wanted))
         finally:
@@ -364,8 +367,13 @@ path = "{output}"
             process.wait(60)
             proxy.close()
         self.assertTrue(proxy.struck)
-        self.assert_same_rows(samples[0], wanted[:len(samples[0])])
-        self.assertLess(len(samples[0]), 20000)
+        # The walk that was cut keeps what it had; the server is back for the contexts after it.
+        delivered = sum(row["cntpart"] == BASE for row in samples[0])
+        self.assertGreater(delivered, 1000)
+        self.assertLess(delivered, 20000)
+        in_head = [row for row in wanted if row["cntpart"] == BASE]
+        others = [row for row in wanted if row["cntpart"] != BASE]
+        self.assert_same_rows(samples[0], in_head[:delivered] + others)
         self.assert_same_rows(samples[1], wanted)
         with open(scratch("run.trace"), encoding="utf-8") as file:
             self.assertIn("ended early after", file.read())
