@@ -19,12 +19,14 @@ struct SampleOptions {
   std::string controller;           // empty: the environment's, else the embedded recording
   std::string configuration;        // a TOML file; empty: none
   std::string format = "table";     // table, json or csv
+  bool agent_output = false;        // show what the agent itself prints, on standard error
 };
 int sample_command(const SampleOptions& options);
 
 struct RunOptions {
   std::string controller;
   std::string configuration;
+  bool agent_output = false;  // as above
 };
 int run_command(const RunOptions& options);
 

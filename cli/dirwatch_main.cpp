@@ -20,6 +20,9 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   app.set_version_flag("--version", DIRWATCH_VERSION);
 
+  const char* const agent_output =
+      "show what the agent itself prints (values, progress) on standard error";
+
   cli::TablesOptions tables;
   CLI::App* tables_command =
       app.add_subcommand("tables", "List the tables, or describe the columns of one");
@@ -37,11 +40,15 @@ int main(int argc, char** argv) {
       ->check(CLI::IsMember({"table", "json", "csv"}));
   sample_command->add_option("--config", sample.configuration, "a configuration file (TOML)");
 
+  sample_command->add_flag("--agent-output", sample.agent_output, agent_output);
+
   cli::RunOptions run;
   CLI::App* run_command =
       app.add_subcommand("run", "Run the agent on the console until it is stopped (Ctrl-C)");
   add_controller(run_command, run.controller);
   run_command->add_option("--config", run.configuration, "a configuration file (TOML)");
+
+  run_command->add_flag("--agent-output", run.agent_output, agent_output);
 
   cli::RecordOptions record;
   CLI::App* record_command =

@@ -14,4 +14,8 @@ bool use_controller(const std::string& place, std::string& error);
 // standard error stream. False, with the reason, on failure; no half-written folder is left.
 bool record_controller(const std::string& place, const std::string& folder, std::string& error);
 
+// Keeps the standard output for rows: what the agent itself prints goes to the standard error
+// stream when it is to be shown, and nowhere when not. False when the system refuses.
+bool keep_standard_output_for_rows(bool show_agent_output);
+
 }  // namespace cli

@@ -1,4 +1,7 @@
+#include <cstdio>
+
 #include "cli/host.h"
+#include "framework/xaf/control.h"
 #include "platform/control.h"
 #include "platform/live/recorder.h"
 
@@ -23,6 +26,11 @@ bool record_controller(const std::string& place, const std::string& folder, std:
     error = fault.what();
     return false;
   }
+}
+
+bool keep_standard_output_for_rows(bool show_agent_output) {
+  if (!xaf::separate_standard_output()) return false;
+  return show_agent_output || std::freopen("/dev/null", "w", stdout) != nullptr;
 }
 
 }  // namespace cli

@@ -19,8 +19,7 @@ int run_command(const RunOptions& options) {
     std::fprintf(stderr, "dirwatch: %s\n", error.c_str());
     return 1;
   }
-  // What the agent prints must not end up between rows on the standard output.
-  if (!xaf::separate_standard_output()) {
+  if (!keep_standard_output_for_rows(options.agent_output)) {
     std::fprintf(stderr, "dirwatch: standard output cannot be kept for rows\n");
     return 1;
   }

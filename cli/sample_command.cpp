@@ -81,7 +81,9 @@ int sample_command(const SampleOptions& options) {
   configuration.once = true;
   configuration.only_tables = names;
   if (!use_controller(options.controller, error)) return report(error);
-  if (!xaf::separate_standard_output()) return report("standard output cannot be kept for rows");
+  if (!keep_standard_output_for_rows(options.agent_output)) {
+    return report("standard output cannot be kept for rows");
+  }
   auto target = xaf::make_sink(options.format, "", error);
   if (target == nullptr) return report(error);
   const auto sink = std::make_shared<CountingSink>(target);
