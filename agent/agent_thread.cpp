@@ -14,6 +14,7 @@
 #include "include/platform/threads.h"
 #include "include/settings.h"
 #include "include/trace.h"
+#include "include/unique_handle.h"
 
 std::atomic<std::int32_t> g_frameworkRunning{0};
 std::atomic<HANDLE> hThreadHandle{nullptr};
@@ -198,7 +199,7 @@ std::int32_t MwMain(int /*argument_count*/, char** /*arguments*/) {
       trace.always()("MwMain: XAFMAIN thread handle posted\n");
     }
   }
-  if (watch.handles[0] != nullptr) CloseHandle(watch.handles[0]);
+  UniqueHandle{watch.handles[0]};
   trace.always()("MwMain: EXITING\n");
   Thread_and_ProcessID_Info();
   return trace.returns(last);
@@ -223,16 +224,14 @@ void terminate(DWORD code) {
   trace.always()("terminate: Terminate request received.");
   Thread_and_ProcessID_Info();
   trace.always()("Termination code: %x(hex)", unsigned(code));
-  if (const HANDLE event = hTerminateEvent.exchange(nullptr); event != nullptr) {
+  if (const UniqueHandle event{hTerminateEvent.exchange(nullptr)}; event) {
     trace.always()("Closing hTerminateEvent");
-    CloseHandle(event);
   }
   if (g_serviceStatusHandle != nullptr) {
     trace.always()("Sending SERVICE_STOPPED status to SCM");
     SendStatusToSCM(SERVICE_STOPPED, code, 0, 0, 0);
   }
-  if (const HANDLE thread = hThreadHandle.exchange(nullptr); thread != nullptr) {
+  if (const UniqueHandle thread{hThreadHandle.exchange(nullptr)}; thread) {
     trace.always()("Closing hThreadHandle");
-    CloseHandle(thread);
   }
 }

@@ -19,6 +19,7 @@
 #include "include/platform/threads.h"
 #include "include/settings.h"
 #include "include/trace.h"
+#include "include/unique_handle.h"
 #include "tables/ckutil.h"
 
 namespace {
@@ -104,9 +105,8 @@ void start_allocation(const trace::Scope& trace) {
   if (g_allocateGlobalsEvent == nullptr) {
     trace.always()("Main: AllocateGlobals event creation failed");
   }
-  const StartedThread thread =
-      start_thread(trace, &allocateGlobals, "Main: AllocateGlobal() Thread failed ");
-  if (thread.handle != nullptr) CloseHandle(thread.handle);
+  UniqueHandle{
+      start_thread(trace, &allocateGlobals, "Main: AllocateGlobal() Thread failed ").handle};
 }
 
 // The order of reading settings and starting threads is what each thread relies on: its own
@@ -187,7 +187,7 @@ void check_argument(const trace::Scope& trace, char* argument) {
 // lives on with its other threads. Deliberate: a console run is left and killed by hand.
 void end_thread(const StartedThread& thread) {
   if (thread.identifier != 0) _endthreadex(thread.identifier);
-  if (thread.handle != nullptr) CloseHandle(thread.handle);
+  UniqueHandle{thread.handle};
 }
 
 void run_as_console(const trace::Scope& trace, StartUp& start) {

@@ -7,6 +7,7 @@
 #include "include/platform/text.h"
 #include "include/settings.h"
 #include "include/trace.h"
+#include "include/unique_handle.h"
 
 char g_serviceName[] = "DirWatcher";
 char* ServiceName = g_serviceName;
@@ -159,7 +160,7 @@ void LaunchServiceTerminationThread() {
       _beginthreadex(nullptr, 0, &ServiceTerminationThread, nullptr, 0, &identifier);
   trace.always()("ServiceTerminationThread will run as thread ID:[%u] Handle [0x%llx]", identifier,
                  static_cast<unsigned long long>(handle));
-  if (handle != 0) CloseHandle(reinterpret_cast<HANDLE>(handle));
+  UniqueHandle{handle};
 }
 
 unsigned ServiceTerminationThread(void* /*argument*/) {

@@ -37,9 +37,8 @@ bool Session::start(std::string& error) {
     return trace.returns(false);
   }
   unsigned identifier = 0;
-  allocation_ = reinterpret_cast<HANDLE>(
-      _beginthreadex(nullptr, 0, &allocateGlobals, nullptr, 0, &identifier));
-  if (allocation_ == nullptr) {
+  allocation_ = UniqueHandle{_beginthreadex(nullptr, 0, &allocateGlobals, nullptr, 0, &identifier)};
+  if (!allocation_) {
     // Counter tables would wait for the collectors for ever.
     error = "the thread that builds the counter collectors could not be started";
     return trace.returns(false);
@@ -51,23 +50,17 @@ bool Session::start(std::string& error) {
 
 Session::~Session() {
   if (!started_) return;
-  if (allocation_ != nullptr) {
-    WaitForSingleObject(allocation_, INFINITE);
-    CloseHandle(allocation_);
-  }
+  if (allocation_) WaitForSingleObject(allocation_.get(), INFINITE);
   deleteGlobals();
-  if (const HANDLE event = g_allocateGlobalsEvent.exchange(nullptr); event != nullptr) {
-    CloseHandle(event);
-  }
+  UniqueHandle{g_allocateGlobalsEvent.exchange(nullptr)};
   CoUninitialize();
 }
 
 int run_on_console() {
   unsigned identifier = 0;
-  const std::uintptr_t handle = _beginthreadex(nullptr, 0, &console_main, nullptr, 0, &identifier);
-  if (handle == 0) return 1;
-  WaitForSingleObject(reinterpret_cast<HANDLE>(handle), INFINITE);
-  CloseHandle(reinterpret_cast<HANDLE>(handle));
+  const UniqueHandle thread{_beginthreadex(nullptr, 0, &console_main, nullptr, 0, &identifier)};
+  if (!thread) return 1;
+  WaitForSingleObject(thread.get(), INFINITE);
   return 0;
 }
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "include/platform/base.h"
+#include "include/unique_handle.h"
 
 namespace agent {
 
@@ -23,7 +23,7 @@ class Session {
 
  private:
   bool started_ = false;
-  HANDLE allocation_ = nullptr;
+  UniqueHandle allocation_;
 };
 
 // Runs Main in console mode on a thread of the platform and waits until that thread has ended,

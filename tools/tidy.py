@@ -84,7 +84,7 @@ class Tidy:
 
     def door(self, file, lines):
         for number, line in enumerate(lines, 1):
-            if "_WIN32" in line and not file.startswith("include/"):
+            if re.search(r"\b_WIN32\b", line) and not file.startswith("include/"):
                 self.report("door", file, number, "_WIN32 above the seam")
             match = re.match(r'\s*#\s*include\s+([<"])([^>"]+)[>"]', line)
             if match:
@@ -130,7 +130,7 @@ class Tidy:
         for match in re.finditer(r"^TEST(?:_F|_P)?\((\w+),\s*(\w+)\) \{$(.*?)^\}", text,
                                  re.M | re.S):
             if not re.search(r"\b(EXPECT|ASSERT|ADD_FAILURE|FAIL|SUCCEED_IF|Expect|expect_|check_|"
-                             r"Check)\w*", match.group(3)):
+                             r"Check|sweep)\w*", match.group(3)):
                 line = text.count("\n", 0, match.start()) + 1
                 self.report("assertions", file, line, f"{match.group(1)}.{match.group(2)} asserts nothing")
 

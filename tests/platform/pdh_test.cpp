@@ -1,4 +1,4 @@
-// The calls of the Performance Data Helper library over a recording.
+// Counter calls over a recording.
 
 #include <gtest/gtest.h>
 
@@ -444,8 +444,6 @@ TEST_F(Pdh, LocalNamesComeFromTheRegistryWhereItHasThem) {
   EXPECT_EQ(PdhLookupPerfNameByIndexA(nullptr, 6, name, &size), 0);
   EXPECT_STREQ(name, "System");
 }
-
-// ---- faults ---------------------------------------------------------------------------------
 
 TEST_F(Pdh, EveryCallCanBeMadeToFail) {
   const PDH_HQUERY query = open();
