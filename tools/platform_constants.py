@@ -2,7 +2,8 @@
 """Prints a C++ table of every constant that include/platform declares outside Windows.
 
 Compiled for Windows, each line pairs the SDK's value of a name with the value that our headers give
-it; a test compares them. Usage: platform_constants.py include/platform > constants.inc
+it; a test compares them. CONSTANT(header, name, theirs, ours) and INTERFACE_ID(name, theirs, ours)
+are macros of the test. Usage: platform_constants.py include/platform > constants.inc
 """
 
 import pathlib
@@ -33,20 +34,43 @@ def own_lines(path):
     return lines
 
 
+def enumerators(text):
+    """The names of every enumeration, with their values counted on where none is written."""
+    for body in re.findall(r"\benum \w+(?: *: *\w+)? *\{(.*?)\}", text, re.S):
+        value = -1
+        for item in re.sub(r"//.*", "", body).split(","):
+            name, _, written = (part.strip() for part in item.partition("="))
+            if name:
+                value = int(written, 0) if written else value + 1
+                yield name, str(value)
+
+
+def interface_ids(text):
+    flat = re.sub(r"\s+", " ", text)
+    return re.findall(r"inline constexpr IID (\w+) ?(\{.*?\}\});", flat)
+
+
 def main():
-    names = {}
+    names, ids = {}, {}
     for path in sorted(pathlib.Path(sys.argv[1]).glob("*.h")):
-        for line in own_lines(path):
+        lines = own_lines(path)
+        for name, value in interface_ids("\n".join(lines)):
+            ids[name] = value
+        for name, value in enumerators("\n".join(lines)):
+            names[name] = (path.name, value)
+        for line in lines:
             match = DEFINE.match(line) or CONSTEXPR.match(line)
             if not match or SKIPPED.match(match.group(1)):
                 continue
             value = match.group(2)
             # Names that stand for calls, types, pointers or text are no numbers.
-            if re.search(r'reinterpret_cast|"|\w+A$|HKEY\)|^\(\*|\bextern\b|^\w*[a-z]\w*$', value):
+            if re.search(r'"|\w+A$|^\(\*|\bextern\b|^[A-Za-z_]*[a-z]\w*$', value):
                 continue
             names[match.group(1)] = (path.name, value)
     for name, (file, value) in sorted(names.items()):
-        print(f'{{"{file}", "{name}", (std::uint32_t)({name}), (std::uint32_t)({value})}},')
+        print(f'CONSTANT("{file}", "{name}", ({name}), ({value}))')
+    for name, value in sorted(ids.items()):
+        print(f'INTERFACE_ID("{name}", {name}, (IID {value}))')
 
 
 if __name__ == "__main__":
