@@ -1,38 +1,86 @@
 #!/usr/bin/env bash
-# Runs the Windows build under Wine: the tests that need no controller, the agent as a console
-# program, and a row from a live Samba controller.
+# Runs the Windows build under Wine: the tests that need no controller, the command line program
+# against the Linux one (whose path is in DIRWATCH), the agent as a console program, and a row from
+# a live Samba controller.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
-stage=$root/build/windows/stage
+build=$root/build/windows
 work=$(mktemp -d)
-export WINEPREFIX=$root/build/windows/prefix WINEDEBUG=-all
+stage=$work/stage
+export WINEPREFIX=$build/prefix WINEDEBUG=-all
 export WINEDLLOVERRIDES="winedbg.exe=d;mscoree=d;mshtml=d"
 failures=0
 
 finish() {
   wineserver -k 2>/dev/null || true
+  wineserver -w 2>/dev/null || true
   rm -rf "$work"
 }
 trap finish EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM HUP
 
 note() { echo "windows: $*"; }
 wrong() { echo "windows: FAILED: $*"; failures=$((failures + 1)); }
+
+# What is shipped needs nothing but Windows and itself.
+system_libraries='activeds|advapi32|kernel32|msvcrt|ole32|oleaut32|pdh|user32|ws2_32'
+for file in DirWatcher.exe dirwatch.exe xaf.dll TRC.dll LNG2.dll; do
+  x86_64-w64-mingw32-objdump -p "$build/stage/$file" >"$work/imports"
+  grep -q 'DLL Name: KERNEL32.dll' "$work/imports" || wrong "$file: its imports cannot be read"
+  if grep 'DLL Name:' "$work/imports" | grep -viE ": ($system_libraries|xaf|trc|lng2)\.dll"; then
+    wrong "$file needs a library that Windows does not have"
+  fi
+done
 
 if [ ! -e "$WINEPREFIX/system.reg" ]; then
   note "making a Wine prefix, about ten seconds"
   wineboot -i >"$work/wineboot.log" 2>&1 || { cat "$work/wineboot.log"; exit 1; }
 fi
+cp -r "$build/stage" "$stage"
+# Wine's own counter library ends the process when it is asked for objects.
+cp "$build/equipment/pdh.dll" "$stage"
 cd "$stage"
 
-# Wine's background processes hold a pipe open for ever, so output goes through files.
-for program in test_*.exe; do
-  if timeout 300 wine "$program" --gtest_brief=1 >"$work/$program.log" 2>&1; then
-    note "$program: $(grep -E '^\[  PASSED' "$work/$program.log" | tr -d '\r')"
-  else
-    cat "$work/$program.log"
-    wrong "$program"
-  fi
-done
+# Each test has a process of its own, so that process-wide state starts fresh, as on Linux. Wine's
+# background processes hold a pipe open for ever, so output goes through files.
+run_tests() { # program
+  local program=$1 suite= line test passed=0 skipped=0
+  timeout 60 wine "$program" --gtest_list_tests >"$work/list" 2>"$work/list.err" || true
+  tr -d '\r' <"$work/list" | sed 's/ *#.*//' >"$work/list.unix"
+  while IFS= read -r line; do
+    case $line in
+      "  "*) test=$suite${line#  } ;;
+      *.) suite=$line; continue ;;
+      *) continue ;;
+    esac
+    if ! timeout 120 wine "$program" --gtest_filter="$test" >"$work/log" 2>&1 </dev/null; then
+      cat "$work/log"
+      wrong "$program $test"
+    elif grep -q '^\[  SKIPPED' "$work/log"; then
+      note "skipped: $test: $(tr -d '\r' <"$work/log" | grep -A1 ': Skipped' | tail -n 1)"
+      skipped=$((skipped + 1))
+    elif grep -q '^\[  PASSED  \] 1 test' "$work/log"; then
+      passed=$((passed + 1))
+    else
+      cat "$work/log"
+      wrong "$program $test did not run"
+    fi
+  done <"$work/list.unix"
+  note "$program: $passed passed, $skipped skipped"
+  [ "$passed" -gt 0 ] || wrong "$program has no test that passed"
+}
+for program in test_*.exe; do run_tests "$program"; done
+
+# The list of tables is the Linux program's, byte for byte, line ends aside.
+timeout 60 wine dirwatch.exe tables --format json >"$work/tables.windows" 2>"$work/tables.err" ||
+  { cat "$work/tables.err"; wrong "dirwatch.exe tables"; }
+"${DIRWATCH:?names the Linux program}" tables --format json >"$work/tables.linux"
+if tr -d '\r' <"$work/tables.windows" | cmp - "$work/tables.linux"; then
+  note "dirwatch.exe tables --format json: the same $(wc -c <"$work/tables.linux") bytes as on Linux"
+else
+  wrong "dirwatch.exe tables --format json differs from the Linux program's"
+fi
 
 # The console agent: its start and its stop leave the required lines in the trace, in this order.
 cat >"$work/agent.toml" <<EOT
