@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -20,7 +19,7 @@ TEST(CounterLists, HaveTheirNamesOrderAndRowsToTheLetter) {
               << row.szCounterName << '\n';
     }
   }
-  std::ifstream file(std::filesystem::path(__FILE__).parent_path() / "counter_lists.txt");
+  std::ifstream file(DIRWATCH_SOURCE "/tests/counters/counter_lists.txt");
   std::ostringstream expected;
   expected << file.rdbuf();
   ASSERT_FALSE(expected.str().empty());

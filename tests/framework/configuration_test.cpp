@@ -219,8 +219,7 @@ TEST_F(Configuration, AFileThatIsNotThereIsAnError) {
 TEST_F(Configuration, TheFileInTheDocumentsIsTakenAsItStands) {
   std::string error;
   xaf::Configuration shipped;
-  const std::string here = __FILE__;
-  const std::string root = here.substr(0, here.rfind("tests/framework/"));
+  const std::string root = DIRWATCH_SOURCE "/";
   ASSERT_TRUE(xaf::load_configuration(root + "docs/dirwatch.toml", shipped, error)) << error;
   // It says what holds without it.
   const xaf::Configuration standard;
