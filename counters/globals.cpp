@@ -81,11 +81,12 @@ constexpr InstanceGlobal kInstanceGlobals[] = {
 
 template <typename Object>
 void destroy(const trace::Scope& trace, const char* name, std::atomic<Object*>& global) {
-  Object* object = global.load();
+  // Taken before it is destroyed: a stop from outside runs the stop sequence on two threads, which
+  // can meet here.
+  Object* object = global.exchange(nullptr);
   if (object == nullptr) return;
   trace.always()("%s: <%p>", name, static_cast<void*>(object));
   delete object;
-  global = nullptr;
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 add_compile_options(-Wall -Wextra -Wpedantic)
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
   add_compile_options(-Wshadow=local)
-  if(WIN32 AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  if(CMAKE_BUILD_TYPE STREQUAL Release AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     # Optimised string concatenation makes this one warn of accesses that cannot happen.
     add_compile_options(-Wno-restrict)
   endif()

@@ -83,6 +83,29 @@ TEST_F(CollectorGlobals, AreDestroyedInTheirOrderAndOnlyOnce) {
   EXPECT_TRUE(deleted(lines).empty());
 }
 
+TEST_F(CollectorGlobals, AreDestroyedOnceByTwoStopsThatMeet) {
+  install(all_series());
+  set_version(10, 0);
+  const auto before = live();
+  for (int round = 0; round < 20; ++round) {
+    allocateGlobals(nullptr);
+    trc::Capture lines;
+    const auto other = _beginthreadex(
+        nullptr, 0,
+        [](void*) -> unsigned {
+          deleteGlobals();
+          return 0;
+        },
+        nullptr, 0, nullptr);
+    ASSERT_NE(other, 0u);
+    deleteGlobals();
+    EXPECT_EQ(WaitForSingleObject(reinterpret_cast<HANDLE>(other), 60000), WAIT_OBJECT_0);
+    CloseHandle(reinterpret_cast<HANDLE>(other));
+    EXPECT_EQ(deleted(lines).size(), 17u);
+  }
+  EXPECT_EQ(live(), before);
+}
+
 TEST_F(CollectorGlobals, ThatWereBuiltSoFarAreFoundByTheDestruction) {
   install(series_of(g_ABList, 1));
   g_LDAP = new ADPDH(kLdapCollector);
