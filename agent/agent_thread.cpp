@@ -199,7 +199,7 @@ std::int32_t MwMain(int /*argument_count*/, char** /*arguments*/) {
       trace.always()("MwMain: XAFMAIN thread handle posted\n");
     }
   }
-  UniqueHandle{watch.handles[0]};
+  close_now(watch.handles[0]);
   trace.always()("MwMain: EXITING\n");
   Thread_and_ProcessID_Info();
   return trace.returns(last);

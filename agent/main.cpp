@@ -105,8 +105,7 @@ void start_allocation(const trace::Scope& trace) {
   if (g_allocateGlobalsEvent == nullptr) {
     trace.always()("Main: AllocateGlobals event creation failed");
   }
-  UniqueHandle{
-      start_thread(trace, &allocateGlobals, "Main: AllocateGlobal() Thread failed ").handle};
+  close_now(start_thread(trace, &allocateGlobals, "Main: AllocateGlobal() Thread failed ").handle);
 }
 
 // The order of reading settings and starting threads is what each thread relies on: its own
@@ -187,7 +186,7 @@ void check_argument(const trace::Scope& trace, char* argument) {
 // lives on with its other threads. Deliberate: a console run is left and killed by hand.
 void end_thread(const StartedThread& thread) {
   if (thread.identifier != 0) _endthreadex(thread.identifier);
-  UniqueHandle{thread.handle};
+  close_now(thread.handle);
 }
 
 void run_as_console(const trace::Scope& trace, StartUp& start) {

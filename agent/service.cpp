@@ -160,7 +160,7 @@ void LaunchServiceTerminationThread() {
       _beginthreadex(nullptr, 0, &ServiceTerminationThread, nullptr, 0, &identifier);
   trace.always()("ServiceTerminationThread will run as thread ID:[%u] Handle [0x%llx]", identifier,
                  static_cast<unsigned long long>(handle));
-  UniqueHandle{handle};
+  close_now(reinterpret_cast<HANDLE>(handle));
 }
 
 unsigned ServiceTerminationThread(void* /*argument*/) {

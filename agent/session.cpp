@@ -52,7 +52,7 @@ Session::~Session() {
   if (!started_) return;
   if (allocation_) WaitForSingleObject(allocation_.get(), INFINITE);
   deleteGlobals();
-  UniqueHandle{g_allocateGlobalsEvent.exchange(nullptr)};
+  close_now(g_allocateGlobalsEvent.exchange(nullptr));
   CoUninitialize();
 }
 

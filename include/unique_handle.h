@@ -36,3 +36,6 @@ class UniqueHandle {
  private:
   HANDLE handle_ = nullptr;
 };
+
+// For a handle that nobody keeps; null is left alone.
+inline void close_now(HANDLE handle) { const UniqueHandle owner{handle}; }

@@ -19,7 +19,7 @@ Thread::Thread(std::function<void()> body) {
   unsigned identifier = 0;
   const auto result = _beginthreadex(nullptr, 0, run_body, owned.get(), 0, &identifier);
   if (result == 0) return;
-  owned.release();  // the thread's own now
+  static_cast<void>(owned.release());  // the thread's own now
   handle_ = reinterpret_cast<HANDLE>(result);
 }
 
