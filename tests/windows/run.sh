@@ -41,6 +41,11 @@ cp -r "$build/stage" "$stage"
 # Wine's own counter library ends the process when it is asked for objects.
 cp "$build/equipment/pdh.dll" "$stage"
 cd "$stage"
+# The Wine server stays until it is ended: one that leaves by itself between two programs can meet the
+# next one on its way in, which then fails.
+wineserver -k 2>/dev/null || true
+wineserver -w 2>/dev/null || true
+wineserver -p >/dev/null 2>&1
 
 # Each test has a process of its own, so that process-wide state starts fresh, as on Linux. Wine's
 # background processes hold a pipe open for ever, so output goes through files.
