@@ -6,7 +6,6 @@
   catalogue    a column's name stands in the catalogue; elsewhere only as row.set<"NAME">
   budget       a function fits 70 lines, a file 500
   assertions   every test asserts something
-  words        words that have no place in this repository
 
 Exceptions stand in tools/tidy_exceptions.txt, one a line: check, file, reason. The list only
 shrinks: an exception that is no longer needed is a finding too.
@@ -25,8 +24,6 @@ RAW_CLOSE = re.compile(r"\b(CloseHandle|RegCloseKey|PdhCloseQuery|SysFreeString|
                        r"SafeArrayDestroy|ADsFreeEnumerator|FindClose|_pclose|fclose)\s*\(|->Release\(\)")
 FUNCTION_LINES = 70
 FILE_LINES = 500
-WORDS = re.compile(r"\b[Ss]pec(s|ification|ifications)?\b|\bPart [1-6]\.[0-9]{1,2}\b|"
-                   r"shared/(" + "spec|design|style|lab)")
 
 
 class Tidy:
@@ -61,7 +58,6 @@ class Tidy:
             except UnicodeDecodeError:
                 continue
             lines = text.split("\n")
-            self.words(file, lines)
             if path.suffix not in (".cpp", ".h"):
                 continue
             top = file.split("/")[0]
@@ -133,13 +129,6 @@ class Tidy:
                              r"Check|sweep)\w*", match.group(3)):
                 line = text.count("\n", 0, match.start()) + 1
                 self.report("assertions", file, line, f"{match.group(1)}.{match.group(2)} asserts nothing")
-
-    def words(self, file, lines):
-        if file.endswith("tidy.py"):
-            return
-        for number, line in enumerate(lines, 1):
-            if WORDS.search(line):
-                self.report("words", file, number, line.strip()[:100])
 
 
 def main():
