@@ -233,21 +233,23 @@ TEST_F(CounterTables, MeasureThemselvesUnderTheirOwnLabels) {
 // cost that sample; nothing may be lost for good, and nothing may fall over.
 class FaultSweep : public CounterTables {
  protected:
-  template <const auto& kTable>
-  void sweep(std::atomic<ADPDH*>* global, std::uint32_t id) {
+  template <const auto& kTable, typename Collector, typename... Arguments>
+  void sweep(std::atomic<Collector*>* global, Arguments... arguments) {
     install(all_series());
     set_version(10, 0);
     SetEvent(g_allocateGlobalsEvent);
     const auto sample_with = sampler<kTable>();
     const auto scenario = [&] {
-      if (global != nullptr) *global = new ADPDH(id);
+      if (global != nullptr) *global = new Collector(arguments...);
       const auto rows = sample_with->sample();
       EXPECT_LE(rows.size(), 1u);
       if (global != nullptr) delete global->exchange(nullptr);
       return rows.empty() ? std::string() : rows[0];
     };
+    // Without the sample's number and time.
+    constexpr std::size_t kHead = kTable.find("SAMPLENO") < kTable.column_count ? 88 : 80;
     const auto data = [](const std::string& row) {
-      return row.empty() ? row : row.substr(0, 64) + row.substr(88);
+      return row.empty() ? row : row.substr(0, 64) + row.substr(kHead);
     };
     testing::internal::CaptureStdout();
     scenario();  // what is made once a process is made now
@@ -275,14 +277,23 @@ class FaultSweep : public CounterTables {
   }
 };
 
-TEST_F(FaultSweep, AddressBook) { sweep<tables::DCWNTDSAB>(&g_AddressBook, 0); }
-TEST_F(FaultSweep, DirectoryServices) { sweep<tables::DCWNTDSDS>(&g_DirServices, 2); }
-TEST_F(FaultSweep, ConsistencyChecker) { sweep<tables::DCWNTDSKCC>(&g_KCC, 3); }
-TEST_F(FaultSweep, KeyDistribution) { sweep<tables::DCWNTDSKDC>(&g_KDC, 4); }
-TEST_F(FaultSweep, Ldap) { sweep<tables::DCWNTDSLDP>(&g_LDAP, 5); }
-TEST_F(FaultSweep, SecurityAuthority) { sweep<tables::DCWNTDSLSA>(&g_LSA, 6); }
-TEST_F(FaultSweep, NameService) { sweep<tables::DCWNTDSNSP>(&g_NSPI, 7); }
-TEST_F(FaultSweep, AccountsManager) { sweep<tables::DCWNTDSSAM>(&g_SAM, 8); }
-TEST_F(FaultSweep, Exchange) { sweep<tables::DCWNTDSXDS>(nullptr, 9); }
+TEST_F(FaultSweep, AddressBook) { sweep<tables::DCWNTDSAB>(&g_AddressBook, 0u); }
+TEST_F(FaultSweep, DirectoryServices) { sweep<tables::DCWNTDSDS>(&g_DirServices, 2u); }
+TEST_F(FaultSweep, ConsistencyChecker) { sweep<tables::DCWNTDSKCC>(&g_KCC, 3u); }
+TEST_F(FaultSweep, KeyDistribution) { sweep<tables::DCWNTDSKDC>(&g_KDC, 4u); }
+TEST_F(FaultSweep, Ldap) { sweep<tables::DCWNTDSLDP>(&g_LDAP, 5u); }
+TEST_F(FaultSweep, SecurityAuthority) { sweep<tables::DCWNTDSLSA>(&g_LSA, 6u); }
+TEST_F(FaultSweep, NameService) { sweep<tables::DCWNTDSNSP>(&g_NSPI, 7u); }
+TEST_F(FaultSweep, AccountsManager) { sweep<tables::DCWNTDSSAM>(&g_SAM, 8u); }
+TEST_F(FaultSweep, Exchange) { sweep<tables::DCWNTDSXDS, ADPDH>(nullptr, 9u); }
+TEST_F(FaultSweep, ReplicationConnections) {
+  sweep<tables::DCWNTDSDRC>(&g_DFRC, 15u, "DFS Replication Connections");
+}
+TEST_F(FaultSweep, ReplicationVolumes) {
+  sweep<tables::DCWNTDSDSV>(&g_DFSV, 16u, "DFS Replication Service Volumes");
+}
+TEST_F(FaultSweep, ReplicatedFolders) {
+  sweep<tables::DCWNTDSDRF>(&g_DFRF, 17u, "DFS Replicated Folders");
+}
 
 }  // namespace
