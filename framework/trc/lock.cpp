@@ -83,16 +83,15 @@ void SYS1_GetLock(SYS1_Lock* lock) {
 
   Waiter waiter;
   waiter.turn = CreateEventA(nullptr, 1, 0, nullptr);
+  bool was_free = false;
   {
     const std::lock_guard hold(chains());
     expected = nullptr;
-    if (lock->implementation.compare_exchange_strong(expected, kHeld)) {
-      waiter.owns = true;
-    } else {
-      append(lock, &waiter);
-    }
+    was_free = lock->implementation.compare_exchange_strong(expected, kHeld);
+    // From here on the waiter is the releasing thread's too: its fields are read under the lock.
+    if (!was_free) append(lock, &waiter);
   }
-  if (waiter.owns) {
+  if (was_free) {
     CloseHandle(waiter.turn);
     return;
   }
