@@ -16,7 +16,6 @@
   X(dcwntdsfrs, DCWNTDSFRS)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
-  X(dcwntdssvc, DCWNTDSSVC)           \
   X(dcwntdsgpo, DCWNTDSGPO)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsrlt, DCWNTDSRLT)           \
