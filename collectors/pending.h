@@ -13,7 +13,6 @@
   X(dcwntdsdhc, DCWNTDSDHC)           \
   X(dcwntdsdns, DCWNTDSDNS)           \
   X(dcwntdsdai, DCWNTDSDAI)           \
-  X(dcwntdsfrs, DCWNTDSFRS)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
   X(dcwntdssvc, DCWNTDSSVC)           \
@@ -21,7 +20,6 @@
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsrlt, DCWNTDSRLT)           \
   X(dcwntdslfo, DCWNTDSLFO)           \
-  X(dcwntdsdfs, DCWNTDSDFS)           \
   X(dcwntdsfrt, DCWNTDSFRT)           \
   X(dcwntdsttp, DCWNTDSTTP)           \
   X(dcwntdslda, DCWNTDSLDA)           \
