@@ -13,14 +13,12 @@
   X(dcwntdsdhc, DCWNTDSDHC)           \
   X(dcwntdsdns, DCWNTDSDNS)           \
   X(dcwntdsdai, DCWNTDSDAI)           \
-  X(dcwntdsfrs, DCWNTDSFRS)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
   X(dcwntdsgpo, DCWNTDSGPO)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsrlt, DCWNTDSRLT)           \
   X(dcwntdslfo, DCWNTDSLFO)           \
-  X(dcwntdsdfs, DCWNTDSDFS)           \
   X(dcwntdsfrt, DCWNTDSFRT)           \
   X(dcwntdsttp, DCWNTDSTTP)           \
   X(dcwntdslda, DCWNTDSLDA)           \

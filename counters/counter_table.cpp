@@ -39,10 +39,14 @@ void project(std::span<const Placed> columns, const double* values, std::int32_t
   for (const Placed& column : columns) {
     std::int32_t shown = kNotOnThisVersion;
     if (is_shown(column.shown)) {
-      shown = column.index < available ? truncated(values[column.index]) : 0;
+      shown = column.index < available ? truncated(values[column.index] / column.divisor) : 0;
     }
     std::memcpy(row + column.offset, &shown, sizeof shown);
   }
+}
+
+std::int32_t difference(std::int32_t a, std::int32_t b) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
 }
 
 void wait_for_collectors() { WaitForSingleObject(g_allocateGlobalsEvent.load(), INFINITE); }
