@@ -131,6 +131,9 @@ struct MachineFacts {
   std::uint16_t language = 1033;
 };
 
+// platform/directory_services/services.h
+class DirectoryServices;
+
 class Controller {
  public:
   virtual ~Controller() = default;
@@ -139,6 +142,7 @@ class Controller {
   virtual Directory* directory() = 0;
   virtual CounterSource* counters() = 0;
   virtual RegistryHive* registry() = 0;
+  virtual DirectoryServices* directory_services() { return nullptr; }
 };
 
 // Milliseconds since 1970 in universal time, given by whoever owns the clock; recordings use it to
