@@ -14,6 +14,7 @@
 #include "include/platform/directory_services.h"
 #include "include/platform/environment.h"
 #include "include/platform/files.h"
+#include "include/platform/libraries.h"
 #include "include/platform/messages.h"
 #include "include/platform/registry.h"
 #include "include/platform/service_manager.h"
