@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/counters/recorded_counters.h"
+#include "platform/directory_services/recorded_services.h"
 #include "platform/recorded/recorded_directory.h"
 #include "platform/recorded/utf8.h"
 #include "platform/registry/recorded_registry.h"
@@ -20,6 +21,9 @@ constexpr char kDirectoryFile[] = "directory.ldif";
 constexpr char kCountersFile[] = "counters.csv";
 constexpr char kRegistryFile[] = "registry.reg";
 constexpr char kServicesFile[] = "services.json";
+constexpr char kLocatorFile[] = "locator.json";
+constexpr char kReplicationFile[] = "replication.json";
+constexpr char kTrustsFile[] = "trusts.json";
 
 constexpr char kTcpipKey[] =
     "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters";
@@ -29,33 +33,32 @@ constexpr char kLanguageKey[] =
     "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\Nls\\Language";
 constexpr std::uint32_t kDword = 4;
 
+// What a recording holds; a part whose file is missing is null.
+struct Parts {
+  MachineFacts machine;
+  std::unique_ptr<Directory> directory;
+  std::unique_ptr<CounterSource> counters;
+  std::unique_ptr<RegistryHive> registry;
+  std::unique_ptr<ServiceManager> services;
+  std::unique_ptr<DirectoryServices> directory_services;
+};
+
 class RecordedController : public Controller {
  public:
-  RecordedController(std::string description, MachineFacts machine,
-                     std::unique_ptr<Directory> directory, std::unique_ptr<CounterSource> counters,
-                     std::unique_ptr<RegistryHive> registry,
-                     std::unique_ptr<ServiceManager> services)
-      : description_(std::move(description)),
-        machine_(std::move(machine)),
-        directory_(std::move(directory)),
-        counters_(std::move(counters)),
-        registry_(std::move(registry)),
-        services_(std::move(services)) {}
+  RecordedController(std::string description, Parts parts)
+      : description_(std::move(description)), parts_(std::move(parts)) {}
 
   std::string description() const override { return description_; }
-  const MachineFacts& machine() const override { return machine_; }
-  Directory* directory() override { return directory_.get(); }
-  CounterSource* counters() override { return counters_.get(); }
-  RegistryHive* registry() override { return registry_.get(); }
-  ServiceManager* services() override { return services_.get(); }
+  const MachineFacts& machine() const override { return parts_.machine; }
+  Directory* directory() override { return parts_.directory.get(); }
+  CounterSource* counters() override { return parts_.counters.get(); }
+  RegistryHive* registry() override { return parts_.registry.get(); }
+  ServiceManager* services() override { return parts_.services.get(); }
+  DirectoryServices* directory_services() override { return parts_.directory_services.get(); }
 
  private:
   const std::string description_;
-  const MachineFacts machine_;
-  const std::unique_ptr<Directory> directory_;
-  const std::unique_ptr<CounterSource> counters_;
-  const std::unique_ptr<RegistryHive> registry_;
-  const std::unique_ptr<ServiceManager> services_;
+  const Parts parts_;
 };
 
 std::optional<RegistryValue> find_value(RegistryHive& hive, std::string_view key,
@@ -159,32 +162,29 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
     const auto file = files.find(name);
     return file == files.end() ? nullptr : &file->second;
   };
-  MachineFacts facts;
-  std::unique_ptr<RegistryHive> registry;
+  Parts parts;
+  MachineFacts& facts = parts.machine;
   if (const std::string* text = text_of(kRegistryFile)) {
-    registry = read_registry(*text, kRegistryFile);
-    read_machine_facts(*registry, facts);
+    parts.registry = read_registry(*text, kRegistryFile);
+    read_machine_facts(*parts.registry, facts);
   }
-  std::unique_ptr<Directory> directory;
   if (const std::string* text = text_of(kDirectoryFile)) {
-    directory = read_directory(*text, kDirectoryFile, facts.host_name, facts.dns_suffix);
-    if (facts.host_name.empty()) read_machine_facts(*directory, facts);
+    parts.directory = read_directory(*text, kDirectoryFile, facts.host_name, facts.dns_suffix);
+    if (facts.host_name.empty()) read_machine_facts(*parts.directory, facts);
   }
-  std::unique_ptr<CounterSource> counters;
   if (const std::string* text = text_of(kCountersFile)) {
-    counters = read_counters(*text, kCountersFile, std::move(clock));
+    parts.counters = read_counters(*text, kCountersFile, std::move(clock));
   }
-  std::unique_ptr<ServiceManager> services;
   if (const std::string* text = text_of(kServicesFile)) {
-    services = read_services(*text, kServicesFile);
+    parts.services = read_services(*text, kServicesFile);
   }
-  if (!registry && !directory && !counters && !services) {
+  parts.directory_services = read_directory_services(
+      {text_of(kLocatorFile), text_of(kReplicationFile), text_of(kTrustsFile)}, facts);
+  if (!parts.registry && !parts.directory && !parts.counters && !parts.services) {
     throw ControllerError(description + ": holds neither " + kDirectoryFile + " nor " +
                           kCountersFile + " nor " + kRegistryFile + " nor " + kServicesFile);
   }
-  return std::make_shared<RecordedController>(std::move(description), std::move(facts),
-                                              std::move(directory), std::move(counters),
-                                              std::move(registry), std::move(services));
+  return std::make_shared<RecordedController>(std::move(description), std::move(parts));
 }
 
 std::shared_ptr<Controller> open_recording(const std::string& folder, Clock clock) {
@@ -194,7 +194,8 @@ std::shared_ptr<Controller> open_recording(const std::string& folder, Clock cloc
     throw ControllerError(folder + ": is not a folder");
   }
   RecordingFiles files;
-  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kServicesFile}) {
+  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kServicesFile,
+                           kLocatorFile, kReplicationFile, kTrustsFile}) {
     if (std::filesystem::exists(root / name, error)) files[name] = read_file(root / name);
   }
   try {
