@@ -169,7 +169,7 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
   }
   std::unique_ptr<Directory> directory;
   if (const std::string* text = text_of(kDirectoryFile)) {
-    directory = read_directory(*text, kDirectoryFile, facts.host_name, facts.dns_suffix);
+    directory = read_directory(*text, kDirectoryFile, facts.host_name, facts.dns_suffix, clock);
     if (facts.host_name.empty()) read_machine_facts(*directory, facts);
   }
   std::unique_ptr<CounterSource> counters;
