@@ -29,6 +29,8 @@ inline constexpr DirectoryResult kDirectoryTimeout = static_cast<DirectoryResult
 inline constexpr DirectoryResult kDirectoryOperations = static_cast<DirectoryResult>(0x80072020);
 inline constexpr DirectoryResult kDirectoryReferral = static_cast<DirectoryResult>(0x8007202B);
 inline constexpr DirectoryResult kDirectoryNoDomain = static_cast<DirectoryResult>(0x8007054B);
+inline constexpr DirectoryResult kDirectoryExists = static_cast<DirectoryResult>(0x80071392);
+inline constexpr DirectoryResult kDirectoryNotLeaf = static_cast<DirectoryResult>(0x80072015);
 inline constexpr DirectoryResult kDirectoryAccess = static_cast<DirectoryResult>(0x80070005);
 
 struct Attribute {
@@ -65,6 +67,12 @@ class Directory {
   virtual DirectoryResult search(std::string_view server, std::string_view base, SearchScope scope,
                                  std::string_view filter, const std::vector<std::string>& names,
                                  std::unique_ptr<EntryCursor>& cursor) = 0;
+  // Writes. What a directory fills in itself (the name, the times) is left to it.
+  virtual DirectoryResult add(std::string_view server, const Entry& entry) = 0;
+  // Each attribute has exactly these values from now on; with no values it goes.
+  virtual DirectoryResult modify(std::string_view server, std::string_view dn,
+                                 const std::vector<Attribute>& attributes) = 0;
+  virtual DirectoryResult remove(std::string_view server, std::string_view dn) = 0;
 };
 
 // Status codes are PDH's (0 is success).

@@ -169,7 +169,8 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
     read_machine_facts(*parts.registry, facts);
   }
   if (const std::string* text = text_of(kDirectoryFile)) {
-    parts.directory = read_directory(*text, kDirectoryFile, facts.host_name, facts.dns_suffix);
+    parts.directory =
+        read_directory(*text, kDirectoryFile, facts.host_name, facts.dns_suffix, clock);
     if (facts.host_name.empty()) read_machine_facts(*parts.directory, facts);
   }
   if (const std::string* text = text_of(kCountersFile)) {

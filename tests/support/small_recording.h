@@ -92,7 +92,7 @@ class SmallRecording {
     write("directory.ldif", directory);
     write("registry.reg", kMachine + more_registry);
     for (const auto& [name, text] : more_files) write(name, text);
-    platform::install(platform::open_recording(folder_.string()));
+    platform::install(platform::open_recording(folder_.string(), platform::clock_now_ms));
   }
   ~SmallRecording() {
     std::error_code ignored;
