@@ -8,9 +8,11 @@
 #include <utility>
 
 #include "platform/counters/recorded_counters.h"
+#include "platform/dns/recorded_dns.h"
 #include "platform/recorded/recorded_directory.h"
 #include "platform/recorded/utf8.h"
 #include "platform/registry/recorded_registry.h"
+#include "platform/shares/recorded_shares.h"
 
 namespace platform {
 namespace {
@@ -18,6 +20,8 @@ namespace {
 constexpr char kDirectoryFile[] = "directory.ldif";
 constexpr char kCountersFile[] = "counters.csv";
 constexpr char kRegistryFile[] = "registry.reg";
+constexpr char kZoneFile[] = "dns.zone";
+constexpr char kSharesFolder[] = "shares/";
 
 constexpr char kTcpipKey[] =
     "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters";
@@ -43,6 +47,11 @@ class RecordedController : public Controller {
   Directory* directory() override { return directory_.get(); }
   CounterSource* counters() override { return counters_.get(); }
   RegistryHive* registry() override { return registry_.get(); }
+  Shares* shares() override { return shares_.get(); }
+  DnsSource* dns() override { return dns_.get(); }
+
+  void set_shares(std::unique_ptr<Shares> shares) { shares_ = std::move(shares); }
+  void set_dns(std::unique_ptr<DnsSource> dns) { dns_ = std::move(dns); }
 
  private:
   const std::string description_;
@@ -50,6 +59,9 @@ class RecordedController : public Controller {
   const std::unique_ptr<Directory> directory_;
   const std::unique_ptr<CounterSource> counters_;
   const std::unique_ptr<RegistryHive> registry_;
+  // Set before the controller is handed out, and not after.
+  std::unique_ptr<Shares> shares_;
+  std::unique_ptr<DnsSource> dns_;
 };
 
 std::optional<RegistryValue> find_value(RegistryHive& hive, std::string_view key,
@@ -127,11 +139,36 @@ void read_machine_facts(Directory& directory, MachineFacts& facts) {
   if (dot != std::string::npos) facts.dns_suffix = full.substr(dot + 1);
 }
 
+// The files of a folder of the recording, by their names within it.
+std::map<std::string, std::string> files_under(const std::string& folder,
+                                               const RecordingFiles& files) {
+  std::map<std::string, std::string> found;
+  for (const auto& [name, bytes] : files) {
+    if (name.starts_with(folder)) found.emplace(name.substr(folder.size()), bytes);
+  }
+  return found;
+}
+
 std::string read_file(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   if (!file || file.bad()) throw ControllerError(path.string() + ": cannot be read");
   return bytes;
+}
+
+// Adds all files beneath a folder of the recording, and its empty folders with a slash behind.
+void read_folder(const std::filesystem::path& root, const char* folder, RecordingFiles& files) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  if (!fs::is_directory(root / folder, error)) return;
+  for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
+    const std::string name = fs::relative(entry.path(), root).generic_string();
+    if (entry.is_directory()) {
+      files.emplace(name + "/", std::string());
+    } else {
+      files.emplace(name, read_file(entry.path()));
+    }
+  }
 }
 
 }  // namespace
@@ -172,9 +209,14 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
     throw ControllerError(description + ": holds neither " + kDirectoryFile + " nor " +
                           kCountersFile + " nor " + kRegistryFile);
   }
-  return std::make_shared<RecordedController>(std::move(description), std::move(facts),
-                                              std::move(directory), std::move(counters),
-                                              std::move(registry));
+  const std::string suffix = facts.dns_suffix;
+  auto made = std::make_shared<RecordedController>(std::move(description), std::move(facts),
+                                                   std::move(directory), std::move(counters),
+                                                   std::move(registry));
+  auto shared = files_under(kSharesFolder, files);
+  if (!shared.empty()) made->set_shares(make_recorded_shares(shared, suffix));
+  if (const std::string* text = text_of(kZoneFile)) made->set_dns(read_dns(*text, kZoneFile));
+  return made;
 }
 
 std::shared_ptr<Controller> open_recording(const std::string& folder, Clock clock) {
@@ -184,9 +226,10 @@ std::shared_ptr<Controller> open_recording(const std::string& folder, Clock cloc
     throw ControllerError(folder + ": is not a folder");
   }
   RecordingFiles files;
-  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile}) {
+  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kZoneFile}) {
     if (std::filesystem::exists(root / name, error)) files[name] = read_file(root / name);
   }
+  read_folder(root, kSharesFolder, files);
   try {
     return make_recording(files, folder, std::move(clock));
   } catch (const ControllerError& fault) {
