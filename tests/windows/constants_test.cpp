@@ -13,6 +13,7 @@
 #include "include/platform/counters.h"
 #include "include/platform/environment.h"
 #include "include/platform/files.h"
+#include "include/platform/libraries.h"
 #include "include/platform/messages.h"
 #include "include/platform/registry.h"
 #include "include/platform/service_manager.h"
