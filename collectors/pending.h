@@ -17,14 +17,10 @@
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
   X(dcwntdssvc, DCWNTDSSVC)           \
-  X(dcwntdsgpo, DCWNTDSGPO)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsrlt, DCWNTDSRLT)           \
-  X(dcwntdslfo, DCWNTDSLFO)           \
   X(dcwntdsdfs, DCWNTDSDFS)           \
-  X(dcwntdsfrt, DCWNTDSFRT)           \
   X(dcwntdsttp, DCWNTDSTTP)           \
-  X(dcwntdslda, DCWNTDSLDA)           \
   X(dcwntdsdad, DCWNTDSDAD)           \
   X(dcwsysrpl, DCWSYSRPL)
 

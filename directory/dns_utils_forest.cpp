@@ -157,6 +157,7 @@ int DNSUtils::GetForestTopologyInfo(const char* server, std::vector<ForestTopolo
   how.sites_unbound = -1;
   how.skips_what_is_no_site = true;
   how.names_the_site = true;
+  how.names_only_unbound = true;
   const auto each_server = [&](const std::string& site, IADs* object) {
     std::string name;
     Reference<IADs> settings;
@@ -178,5 +179,5 @@ int DNSUtils::GetForestTopologyInfo(const char* server, std::vector<ForestTopolo
     records.push_back(info);
     return 0;
   };
-  return trace.returns(directory::walk_forest(trace, context, how, each_server));
+  return trace.returns(directory::walk_forest(trace, context, how, each_server).code);
 }

@@ -1,6 +1,7 @@
 #pragma once
 // What DNSUtils::CompareSRV compares, and how it gives the outcome back. A server is missing when
-// the directory lists it and DNS does not; it is bogus when DNS lists it and the directory does not.
+// the directory lists it and DNS does not; it is bogus when DNS lists it and the directory does
+// not.
 
 #include <cstdint>
 #include <vector>
