@@ -105,6 +105,7 @@ class SmallRecording {
 
  private:
   void write(const std::string& name, const std::string& text) {
+    std::filesystem::create_directories((folder_ / name).parent_path());
     std::ofstream(folder_ / name, std::ios::binary) << text;
   }
 
