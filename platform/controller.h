@@ -202,6 +202,9 @@ struct MachineFacts {
   std::uint16_t language = 1033;
 };
 
+// platform/directory_services/services.h
+class DirectoryServices;
+
 class Controller {
  public:
   virtual ~Controller() = default;
@@ -212,6 +215,7 @@ class Controller {
   virtual RegistryHive* registry() = 0;
   virtual Shares* shares() { return nullptr; }
   virtual DnsSource* dns() { return nullptr; }
+  virtual DirectoryServices* directory_services() { return nullptr; }
 };
 
 // Milliseconds since 1970 in universal time, given by whoever owns the clock; recordings use it to

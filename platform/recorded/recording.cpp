@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/counters/recorded_counters.h"
+#include "platform/directory_services/recorded_services.h"
 #include "platform/dns/recorded_dns.h"
 #include "platform/recorded/recorded_directory.h"
 #include "platform/recorded/utf8.h"
@@ -20,6 +21,9 @@ namespace {
 constexpr char kDirectoryFile[] = "directory.ldif";
 constexpr char kCountersFile[] = "counters.csv";
 constexpr char kRegistryFile[] = "registry.reg";
+constexpr char kLocatorFile[] = "locator.json";
+constexpr char kReplicationFile[] = "replication.json";
+constexpr char kTrustsFile[] = "trusts.json";
 constexpr char kZoneFile[] = "dns.zone";
 constexpr char kSharesFolder[] = "shares/";
 
@@ -35,18 +39,21 @@ class RecordedController : public Controller {
  public:
   RecordedController(std::string description, MachineFacts machine,
                      std::unique_ptr<Directory> directory, std::unique_ptr<CounterSource> counters,
-                     std::unique_ptr<RegistryHive> registry)
+                     std::unique_ptr<RegistryHive> registry,
+                     std::unique_ptr<DirectoryServices> directory_services)
       : description_(std::move(description)),
         machine_(std::move(machine)),
         directory_(std::move(directory)),
         counters_(std::move(counters)),
-        registry_(std::move(registry)) {}
+        registry_(std::move(registry)),
+        directory_services_(std::move(directory_services)) {}
 
   std::string description() const override { return description_; }
   const MachineFacts& machine() const override { return machine_; }
   Directory* directory() override { return directory_.get(); }
   CounterSource* counters() override { return counters_.get(); }
   RegistryHive* registry() override { return registry_.get(); }
+  DirectoryServices* directory_services() override { return directory_services_.get(); }
   Shares* shares() override { return shares_.get(); }
   DnsSource* dns() override { return dns_.get(); }
 
@@ -59,6 +66,7 @@ class RecordedController : public Controller {
   const std::unique_ptr<Directory> directory_;
   const std::unique_ptr<CounterSource> counters_;
   const std::unique_ptr<RegistryHive> registry_;
+  const std::unique_ptr<DirectoryServices> directory_services_;
   // Set before the controller is handed out, and not after.
   std::unique_ptr<Shares> shares_;
   std::unique_ptr<DnsSource> dns_;
@@ -205,6 +213,8 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
   if (const std::string* text = text_of(kCountersFile)) {
     counters = read_counters(*text, kCountersFile, std::move(clock));
   }
+  std::unique_ptr<DirectoryServices> services = read_directory_services(
+      {text_of(kLocatorFile), text_of(kReplicationFile), text_of(kTrustsFile)}, facts);
   if (!registry && !directory && !counters) {
     throw ControllerError(description + ": holds neither " + kDirectoryFile + " nor " +
                           kCountersFile + " nor " + kRegistryFile);
@@ -212,7 +222,7 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
   const std::string suffix = facts.dns_suffix;
   auto made = std::make_shared<RecordedController>(std::move(description), std::move(facts),
                                                    std::move(directory), std::move(counters),
-                                                   std::move(registry));
+                                                   std::move(registry), std::move(services));
   auto shared = files_under(kSharesFolder, files);
   if (!shared.empty()) made->set_shares(make_recorded_shares(shared, suffix));
   if (const std::string* text = text_of(kZoneFile)) made->set_dns(read_dns(*text, kZoneFile));
@@ -226,7 +236,8 @@ std::shared_ptr<Controller> open_recording(const std::string& folder, Clock cloc
     throw ControllerError(folder + ": is not a folder");
   }
   RecordingFiles files;
-  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kZoneFile}) {
+  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kZoneFile, kLocatorFile,
+                           kReplicationFile, kTrustsFile}) {
     if (std::filesystem::exists(root / name, error)) files[name] = read_file(root / name);
   }
   read_folder(root, kSharesFolder, files);

@@ -104,6 +104,7 @@ class SmallRecording {
   std::string folder() const { return folder_.string(); }
 
  private:
+  // name may stand in a folder of its own.
   void write(const std::string& name, const std::string& text) {
     std::filesystem::create_directories((folder_ / name).parent_path());
     std::ofstream(folder_ / name, std::ios::binary) << text;

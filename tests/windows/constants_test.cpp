@@ -11,6 +11,7 @@
 #include "include/platform/adsi.h"
 #include "include/platform/base.h"
 #include "include/platform/counters.h"
+#include "include/platform/directory_services.h"
 #include "include/platform/environment.h"
 #include "include/platform/files.h"
 #include "include/platform/libraries.h"
