@@ -31,18 +31,6 @@ DCW_CACHE_THREAD(collectandCacheTRSData, collect_nothing<tables::DCWNTDSTRS>)
 DCW_CACHE_THREAD(collectandCacheTTPData, collect_nothing<tables::DCWNTDSTTP>)
 #undef DCW_CACHE_THREAD
 
-unsigned collectNumberOfObjectsInDomain(void* /*argument*/) {
-  DCW_TRACE("collectNumberOfObjectsInDomain");
-  while (hTerminateEvent != nullptr) {
-    SYS1_GetLock(&g_collectLock);
-    // The count is not built yet.
-    trace.always()("No count of the domain's objects is built yet.");
-    SYS1_ReleaseLock(&g_collectLock);
-    Sleep(static_cast<DWORD>(g_numberOfObjectsInterval.load()));
-  }
-  return trace.returns(0u);
-}
-
 unsigned CollectAndCacheSPRLData(void* /*argument*/) {
   DCW_TRACE("CollectAndCacheSPRLData");
   while (hTerminateEvent != nullptr) {

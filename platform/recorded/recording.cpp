@@ -9,10 +9,12 @@
 
 #include "platform/counters/recorded_counters.h"
 #include "platform/directory_services/recorded_services.h"
+#include "platform/dns/recorded_dns.h"
 #include "platform/recorded/recorded_directory.h"
 #include "platform/recorded/utf8.h"
 #include "platform/registry/recorded_registry.h"
 #include "platform/services/recorded_services.h"
+#include "platform/shares/recorded_shares.h"
 
 namespace platform {
 namespace {
@@ -24,6 +26,8 @@ constexpr char kServicesFile[] = "services.json";
 constexpr char kLocatorFile[] = "locator.json";
 constexpr char kReplicationFile[] = "replication.json";
 constexpr char kTrustsFile[] = "trusts.json";
+constexpr char kZoneFile[] = "dns.zone";
+constexpr char kSharesFolder[] = "shares/";
 
 constexpr char kTcpipKey[] =
     "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters";
@@ -40,6 +44,8 @@ struct Parts {
   std::unique_ptr<CounterSource> counters;
   std::unique_ptr<RegistryHive> registry;
   std::unique_ptr<ServiceManager> services;
+  std::unique_ptr<Shares> shares;
+  std::unique_ptr<DnsSource> dns;
   std::unique_ptr<DirectoryServices> directory_services;
 };
 
@@ -54,6 +60,8 @@ class RecordedController : public Controller {
   CounterSource* counters() override { return parts_.counters.get(); }
   RegistryHive* registry() override { return parts_.registry.get(); }
   ServiceManager* services() override { return parts_.services.get(); }
+  Shares* shares() override { return parts_.shares.get(); }
+  DnsSource* dns() override { return parts_.dns.get(); }
   DirectoryServices* directory_services() override { return parts_.directory_services.get(); }
 
  private:
@@ -136,11 +144,36 @@ void read_machine_facts(Directory& directory, MachineFacts& facts) {
   if (dot != std::string::npos) facts.dns_suffix = full.substr(dot + 1);
 }
 
+// The files of a folder of the recording, by their names within it.
+std::map<std::string, std::string> files_under(const std::string& folder,
+                                               const RecordingFiles& files) {
+  std::map<std::string, std::string> found;
+  for (const auto& [name, bytes] : files) {
+    if (name.starts_with(folder)) found.emplace(name.substr(folder.size()), bytes);
+  }
+  return found;
+}
+
 std::string read_file(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   if (!file || file.bad()) throw ControllerError(path.string() + ": cannot be read");
   return bytes;
+}
+
+// Adds all files beneath a folder of the recording, and its empty folders with a slash behind.
+void read_folder(const std::filesystem::path& root, const char* folder, RecordingFiles& files) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  if (!fs::is_directory(root / folder, error)) return;
+  for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
+    const std::string name = fs::relative(entry.path(), root).generic_string();
+    if (entry.is_directory()) {
+      files.emplace(name + "/", std::string());
+    } else {
+      files.emplace(name, read_file(entry.path()));
+    }
+  }
 }
 
 }  // namespace
@@ -185,6 +218,9 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
     throw ControllerError(description + ": holds neither " + kDirectoryFile + " nor " +
                           kCountersFile + " nor " + kRegistryFile + " nor " + kServicesFile);
   }
+  const auto shared = files_under(kSharesFolder, files);
+  if (!shared.empty()) parts.shares = make_recorded_shares(shared, facts.dns_suffix);
+  if (const std::string* text = text_of(kZoneFile)) parts.dns = read_dns(*text, kZoneFile);
   return std::make_shared<RecordedController>(std::move(description), std::move(parts));
 }
 
@@ -195,10 +231,11 @@ std::shared_ptr<Controller> open_recording(const std::string& folder, Clock cloc
     throw ControllerError(folder + ": is not a folder");
   }
   RecordingFiles files;
-  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kServicesFile,
+  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kServicesFile, kZoneFile,
                            kLocatorFile, kReplicationFile, kTrustsFile}) {
     if (std::filesystem::exists(root / name, error)) files[name] = read_file(root / name);
   }
+  read_folder(root, kSharesFolder, files);
   try {
     return make_recording(files, folder, std::move(clock));
   } catch (const ControllerError& fault) {
