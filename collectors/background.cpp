@@ -21,27 +21,12 @@ void collect_nothing() {
     DCW_TRACE(#entry);                                    \
     return collectors::run_cache_thread(trace, &collect); \
   }
-DCW_CACHE_THREAD(collectandCacheDCAData, collect_nothing<tables::DCWNTDSDCA>)
+DCW_CACHE_THREAD(collectandCacheDCAData, collectors::CollectData<tables::DCWNTDSDCA>)
 DCW_CACHE_THREAD(collectandCacheDNSAdData, collect_nothing<tables::DCWNTDSDAI>)
 DCW_CACHE_THREAD(collectandCacheDRAData, collect_nothing<tables::DCWNTDSDRA>)
 DCW_CACHE_THREAD(collectandCacheDCPData, collect_nothing<tables::DCWNTDSDCP>)
 DCW_CACHE_THREAD(collectandCacheRLTData, collect_nothing<tables::DCWNTDSRLT>)
 DCW_CACHE_THREAD(collectandCacheRPLData, collect_nothing<tables::DCWNTDSRPL>)
-DCW_CACHE_THREAD(collectandCacheTRSData, collect_nothing<tables::DCWNTDSTRS>)
-DCW_CACHE_THREAD(collectandCacheTTPData, collect_nothing<tables::DCWNTDSTTP>)
+DCW_CACHE_THREAD(collectandCacheTRSData, collectors::CollectData<tables::DCWNTDSTRS>)
+DCW_CACHE_THREAD(collectandCacheTTPData, collectors::CollectData<tables::DCWNTDSTTP>)
 #undef DCW_CACHE_THREAD
-
-unsigned CollectAndCacheSPRLData(void* /*argument*/) {
-  DCW_TRACE("CollectAndCacheSPRLData");
-  while (hTerminateEvent != nullptr) {
-    collect_nothing<tables::DCWSYSRPL>();
-    Sleep(static_cast<DWORD>(g_sysvolTestInterval - g_sysvolVerificationInterval));
-  }
-  return trace.returns(0u);
-}
-
-void ClearData() {
-  DCW_TRACE("ClearData");
-  // The sysvol test is not built yet, and so there are no files of it.
-  trace.always()("No sysvol test is built yet: there are no files to delete.");
-}

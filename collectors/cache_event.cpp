@@ -1,5 +1,7 @@
 #include "collectors/cache_event.h"
 
+#include <string_view>
+
 #include "include/platform/threads.h"
 
 namespace collectors {
@@ -60,7 +62,8 @@ bool CacheHold::unlock_and_signal() {
 }
 
 void CacheHold::tell(const char* text) const {
-  if (texts_.tells_error_numbers) {
+  // A text that ends in a blank has room for the number.
+  if (texts_.tells_error_numbers && std::string_view(text).ends_with(' ')) {
     trace_.always()("%s%ld", text, static_cast<long>(GetLastError()));
   } else {
     trace_.always()("%s", text);

@@ -133,7 +133,11 @@ inline constexpr CacheShape kTTPCache = {
 // Says RPL in two places, where the partner table says it too.
 inline constexpr CacheShape ksysvolCache = {
     .event_name = "SYSRPL",
-    .texts = {.word = "SYSRPL", .creating = "Creaeting Event", .tells_error_numbers = true},
+    .texts = {.word = "SYSRPL",
+              .creating = "Creaeting Event",
+              .tells_error_numbers = true,
+              // Deliberately without the number that the sample tells.
+              .collector_release_failed = "Release cache lock failed: ld"},
     .prologue = {.keeps_origin_node = false, .numbers_samples = false},
     .transferred = "RPL Transfer to global buffer complete",
     .hand_over = "AddData Global RPL buffer",

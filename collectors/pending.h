@@ -13,13 +13,9 @@
   X(dcwntdsdhc, DCWNTDSDHC)           \
   X(dcwntdsdns, DCWNTDSDNS)           \
   X(dcwntdsdai, DCWNTDSDAI)           \
-  X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
-  X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsrlt, DCWNTDSRLT)           \
-  X(dcwntdsttp, DCWNTDSTTP)           \
-  X(dcwntdsdad, DCWNTDSDAD)           \
-  X(dcwsysrpl, DCWSYSRPL)
+  X(dcwntdsdad, DCWNTDSDAD)
 
 // Whether the table of that upper-case name has no collector yet.
 bool is_pending(std::string_view table);
