@@ -15,7 +15,6 @@
   X(dcwntdsdai, DCWNTDSDAI)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
-  X(dcwntdssvc, DCWNTDSSVC)           \
   X(dcwntdsgpo, DCWNTDSGPO)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsrlt, DCWNTDSRLT)           \

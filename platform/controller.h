@@ -1,8 +1,8 @@
 #pragma once
 // A controller answers what only a domain controller has: its directory, its counters, its
-// registry, what kind of machine it is. A recorded one answers from a folder of standard files, a
-// live one from the network. Plain portable C++: nothing here or behind it may use the threads,
-// events and files of the platform layer.
+// registry, its services, what kind of machine it is. A recorded one answers from a folder of
+// standard files, a live one from the network. Plain portable C++: nothing here or behind it may
+// use the threads, events and files of the platform layer.
 //
 // All operations may be called from any thread. A part that a controller lacks is a null pointer,
 // and the platform call above it then answers as a machine without that part does.
@@ -122,6 +122,52 @@ class RegistryHive {
   virtual std::vector<RegistryValue> values(std::string_view path) = 0;
 };
 
+// One service as the service manager tells it; the numbers are those of the Windows service
+// manager. Texts are UTF-8 without zero characters.
+struct ServiceState {
+  std::uint32_t type = 0x10;
+  std::uint32_t state = 1;
+  std::uint32_t controls_accepted = 0;
+  std::uint32_t exit_code = 0;
+  std::uint32_t specific_exit_code = 0;
+  std::uint32_t check_point = 0;
+  std::uint32_t wait_hint_ms = 0;
+  std::uint32_t process_id = 0;
+};
+struct ServiceListing {
+  std::string name;
+  std::string display_name;
+  ServiceState state;
+};
+struct ServiceSetup {
+  std::uint32_t type = 0x10;
+  std::uint32_t start_type = 3;
+  std::uint32_t error_control = 1;
+  std::uint32_t tag = 0;
+  std::string program;  // with its arguments
+  std::string load_order_group;
+  std::vector<std::string> dependencies;
+  std::string account;
+  std::string display_name;
+};
+
+// Error codes are those of the Windows calls (0 is success).
+using ServiceError = std::uint32_t;
+
+class ServiceManager {
+ public:
+  virtual ~ServiceManager() = default;
+  // 0, or why no service manager answers now.
+  virtual ServiceError connect() = 0;
+  // All services of all types and states, in the manager's order.
+  virtual ServiceError list(std::vector<ServiceListing>& services) = 0;
+  // name: a key name, letter case aside where the manager does not heed it. open: 0, or why the
+  // service cannot be asked about.
+  virtual ServiceError open(std::string_view name) = 0;
+  virtual ServiceError state(std::string_view name, ServiceState& state) = 0;
+  virtual ServiceError setup(std::string_view name, ServiceSetup& setup) = 0;
+};
+
 struct MachineFacts {
   std::string host_name;   // short, for instance "DC1"
   std::string dns_suffix;  // for instance "corp.example"; may be empty
@@ -139,6 +185,7 @@ class Controller {
   virtual Directory* directory() = 0;
   virtual CounterSource* counters() = 0;
   virtual RegistryHive* registry() = 0;
+  virtual ServiceManager* services() { return nullptr; }
 };
 
 // Milliseconds since 1970 in universal time, given by whoever owns the clock; recordings use it to

@@ -64,6 +64,8 @@ class CKUtil {
   // 1 on the NT platform, else 0; on a platform unknown to it the build number is left unwritten.
   static std::int32_t GetOSVersionInfo(std::int32_t* version, std::int32_t* major,
                                        std::int32_t* minor, std::int32_t* build);
+  // True only when the local machine's service of that key name is in the running state.
+  static bool IsServiceRunning(const char* name);
   // Writes the system's text for a status of the counter library to the trace.
   static void DisplayPDHError(std::int32_t status);
   // Rounded percentage in 32-bit arithmetic that wraps; 0 for a total of 0. Nothing is limited:

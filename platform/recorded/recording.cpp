@@ -11,6 +11,7 @@
 #include "platform/recorded/recorded_directory.h"
 #include "platform/recorded/utf8.h"
 #include "platform/registry/recorded_registry.h"
+#include "platform/services/recorded_services.h"
 
 namespace platform {
 namespace {
@@ -18,6 +19,7 @@ namespace {
 constexpr char kDirectoryFile[] = "directory.ldif";
 constexpr char kCountersFile[] = "counters.csv";
 constexpr char kRegistryFile[] = "registry.reg";
+constexpr char kServicesFile[] = "services.json";
 
 constexpr char kTcpipKey[] =
     "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters";
@@ -31,18 +33,21 @@ class RecordedController : public Controller {
  public:
   RecordedController(std::string description, MachineFacts machine,
                      std::unique_ptr<Directory> directory, std::unique_ptr<CounterSource> counters,
-                     std::unique_ptr<RegistryHive> registry)
+                     std::unique_ptr<RegistryHive> registry,
+                     std::unique_ptr<ServiceManager> services)
       : description_(std::move(description)),
         machine_(std::move(machine)),
         directory_(std::move(directory)),
         counters_(std::move(counters)),
-        registry_(std::move(registry)) {}
+        registry_(std::move(registry)),
+        services_(std::move(services)) {}
 
   std::string description() const override { return description_; }
   const MachineFacts& machine() const override { return machine_; }
   Directory* directory() override { return directory_.get(); }
   CounterSource* counters() override { return counters_.get(); }
   RegistryHive* registry() override { return registry_.get(); }
+  ServiceManager* services() override { return services_.get(); }
 
  private:
   const std::string description_;
@@ -50,6 +55,7 @@ class RecordedController : public Controller {
   const std::unique_ptr<Directory> directory_;
   const std::unique_ptr<CounterSource> counters_;
   const std::unique_ptr<RegistryHive> registry_;
+  const std::unique_ptr<ServiceManager> services_;
 };
 
 std::optional<RegistryValue> find_value(RegistryHive& hive, std::string_view key,
@@ -168,13 +174,17 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
   if (const std::string* text = text_of(kCountersFile)) {
     counters = read_counters(*text, kCountersFile, std::move(clock));
   }
-  if (!registry && !directory && !counters) {
+  std::unique_ptr<ServiceManager> services;
+  if (const std::string* text = text_of(kServicesFile)) {
+    services = read_services(*text, kServicesFile);
+  }
+  if (!registry && !directory && !counters && !services) {
     throw ControllerError(description + ": holds neither " + kDirectoryFile + " nor " +
-                          kCountersFile + " nor " + kRegistryFile);
+                          kCountersFile + " nor " + kRegistryFile + " nor " + kServicesFile);
   }
   return std::make_shared<RecordedController>(std::move(description), std::move(facts),
                                               std::move(directory), std::move(counters),
-                                              std::move(registry));
+                                              std::move(registry), std::move(services));
 }
 
 std::shared_ptr<Controller> open_recording(const std::string& folder, Clock clock) {
@@ -184,7 +194,7 @@ std::shared_ptr<Controller> open_recording(const std::string& folder, Clock cloc
     throw ControllerError(folder + ": is not a folder");
   }
   RecordingFiles files;
-  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile}) {
+  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kServicesFile}) {
     if (std::filesystem::exists(root / name, error)) files[name] = read_file(root / name);
   }
   try {
