@@ -177,6 +177,9 @@ struct MachineFacts {
   std::uint16_t language = 1033;
 };
 
+// platform/directory_services/services.h
+class DirectoryServices;
+
 class Controller {
  public:
   virtual ~Controller() = default;
@@ -186,6 +189,7 @@ class Controller {
   virtual CounterSource* counters() = 0;
   virtual RegistryHive* registry() = 0;
   virtual ServiceManager* services() { return nullptr; }
+  virtual DirectoryServices* directory_services() { return nullptr; }
 };
 
 // Milliseconds since 1970 in universal time, given by whoever owns the clock; recordings use it to

@@ -46,6 +46,10 @@ class CKUtil {
   static void blanksTrails(std::int32_t length, std::int32_t size, char* field);
 
   // Names.
+  // The host's full name, "dc1" to "dc1.corp.example": at most size characters, zeros behind a
+  // shorter one, and no zero end for one of that size or more. 0; 1 when the name cannot be looked
+  // up, with the reason in WSAGetLastError, or when it has no full name.
+  static std::int32_t getCanonicalHostname(const char* host, char* canonical, std::int32_t size);
   // "DOMAIN\host" to "host"; the target is 64 characters, zeroed behind the name. Always true.
   static bool trimHostname(const char* source, char* target);
   // "Site1\rest" to "Site1"; the target is as large as the source. Always true.

@@ -101,19 +101,4 @@ HRESULT DirectoryObject::MoveHere(BSTR, BSTR, IDispatch** object) {
   return kUnwillingToPerform;
 }
 
-HRESULT DirectoryObject::SetSearchPreference(PADS_SEARCHPREF_INFO, DWORD) { return E_NOTIMPL; }
-HRESULT DirectoryObject::ExecuteSearch(LPWSTR, LPWSTR*, DWORD, PADS_SEARCH_HANDLE) {
-  return E_NOTIMPL;
-}
-HRESULT DirectoryObject::AbandonSearch(ADS_SEARCH_HANDLE) { return E_NOTIMPL; }
-HRESULT DirectoryObject::GetFirstRow(ADS_SEARCH_HANDLE) { return E_NOTIMPL; }
-HRESULT DirectoryObject::GetNextRow(ADS_SEARCH_HANDLE) { return E_NOTIMPL; }
-HRESULT DirectoryObject::GetPreviousRow(ADS_SEARCH_HANDLE) { return E_NOTIMPL; }
-HRESULT DirectoryObject::GetNextColumnName(ADS_SEARCH_HANDLE, LPWSTR*) { return E_NOTIMPL; }
-HRESULT DirectoryObject::GetColumn(ADS_SEARCH_HANDLE, LPWSTR, PADS_SEARCH_COLUMN) {
-  return E_NOTIMPL;
-}
-HRESULT DirectoryObject::FreeColumn(PADS_SEARCH_COLUMN) { return E_NOTIMPL; }
-HRESULT DirectoryObject::CloseSearchHandle(ADS_SEARCH_HANDLE) { return E_NOTIMPL; }
-
 }  // namespace platform

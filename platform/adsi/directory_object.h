@@ -70,7 +70,7 @@ class DirectoryObject final : public IADs, public IADsContainer, public IDirecto
   HRESULT WINAPI CopyHere(BSTR source, BSTR new_name, IDispatch** object) override;
   HRESULT WINAPI MoveHere(BSTR source, BSTR new_name, IDispatch** object) override;
 
-  // IDirectorySearch: not served yet; each answers E_NOTIMPL.
+  // IDirectorySearch: the whole subtree, without preferences, forward only.
   HRESULT WINAPI SetSearchPreference(PADS_SEARCHPREF_INFO preferences, DWORD count) override;
   HRESULT WINAPI ExecuteSearch(LPWSTR filter, LPWSTR* names, DWORD count,
                                PADS_SEARCH_HANDLE search) override;

@@ -52,6 +52,11 @@ constexpr UsualFailure kUsualFailures[] = {
     {"GetMessageA", ERROR_INVALID_WINDOW_HANDLE},
     {"LoadStringA", ERROR_RESOURCE_NAME_NOT_FOUND},
     {"gethostname", 10050},  // WSAENETDOWN
+    {"getaddrinfo", 11001},  // WSAHOST_NOT_FOUND
+    {"GetSystemDirectoryA", ERROR_NOT_ENOUGH_MEMORY},
+    {"LoadLibraryA", ERROR_MOD_NOT_FOUND},
+    {"FreeLibrary", ERROR_INVALID_HANDLE},
+    {"GetProcAddress", ERROR_PROC_NOT_FOUND},
     {"StartServiceCtrlDispatcherA", ERROR_FAILED_SERVICE_CONTROLLER_CONNECT},
     {"RegisterServiceCtrlHandlerA", ERROR_SERVICE_NOT_IN_EXE},
     {"SetServiceStatus", ERROR_INVALID_HANDLE},

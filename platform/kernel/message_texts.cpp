@@ -52,6 +52,13 @@ constexpr Message kSystemMessages[] = {
     {8224, "An operations error occurred."},
     {8240, "There is no such object on the server."},
     {8250, "The server is not operational."},
+    {10050, "A socket operation encountered a dead network."},
+    {11001, "No such host is known."},
+    {11002,
+     "This is usually a temporary error during hostname resolution and means that the local server "
+     "did not receive a response from an authoritative server."},
+    {11003, "A non-recoverable error occurred during a database lookup."},
+    {11004, "The requested name is valid, but no data of the requested type was found."},
 };
 
 constexpr Message kCounterMessages[] = {

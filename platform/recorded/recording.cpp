@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/counters/recorded_counters.h"
+#include "platform/directory_services/recorded_services.h"
 #include "platform/recorded/recorded_directory.h"
 #include "platform/recorded/utf8.h"
 #include "platform/registry/recorded_registry.h"
@@ -20,6 +21,9 @@ constexpr char kDirectoryFile[] = "directory.ldif";
 constexpr char kCountersFile[] = "counters.csv";
 constexpr char kRegistryFile[] = "registry.reg";
 constexpr char kServicesFile[] = "services.json";
+constexpr char kLocatorFile[] = "locator.json";
+constexpr char kReplicationFile[] = "replication.json";
+constexpr char kTrustsFile[] = "trusts.json";
 
 constexpr char kTcpipKey[] =
     "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters";
@@ -34,13 +38,15 @@ class RecordedController : public Controller {
   RecordedController(std::string description, MachineFacts machine,
                      std::unique_ptr<Directory> directory, std::unique_ptr<CounterSource> counters,
                      std::unique_ptr<RegistryHive> registry,
-                     std::unique_ptr<ServiceManager> services)
+                     std::unique_ptr<ServiceManager> services,
+                     std::unique_ptr<DirectoryServices> directory_services)
       : description_(std::move(description)),
         machine_(std::move(machine)),
         directory_(std::move(directory)),
         counters_(std::move(counters)),
         registry_(std::move(registry)),
-        services_(std::move(services)) {}
+        services_(std::move(services)),
+        directory_services_(std::move(directory_services)) {}
 
   std::string description() const override { return description_; }
   const MachineFacts& machine() const override { return machine_; }
@@ -48,6 +54,7 @@ class RecordedController : public Controller {
   CounterSource* counters() override { return counters_.get(); }
   RegistryHive* registry() override { return registry_.get(); }
   ServiceManager* services() override { return services_.get(); }
+  DirectoryServices* directory_services() override { return directory_services_.get(); }
 
  private:
   const std::string description_;
@@ -56,6 +63,7 @@ class RecordedController : public Controller {
   const std::unique_ptr<CounterSource> counters_;
   const std::unique_ptr<RegistryHive> registry_;
   const std::unique_ptr<ServiceManager> services_;
+  const std::unique_ptr<DirectoryServices> directory_services_;
 };
 
 std::optional<RegistryValue> find_value(RegistryHive& hive, std::string_view key,
@@ -178,13 +186,15 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
   if (const std::string* text = text_of(kServicesFile)) {
     services = read_services(*text, kServicesFile);
   }
+  std::unique_ptr<DirectoryServices> directory_services = read_directory_services(
+      {text_of(kLocatorFile), text_of(kReplicationFile), text_of(kTrustsFile)}, facts);
   if (!registry && !directory && !counters && !services) {
     throw ControllerError(description + ": holds neither " + kDirectoryFile + " nor " +
                           kCountersFile + " nor " + kRegistryFile + " nor " + kServicesFile);
   }
-  return std::make_shared<RecordedController>(std::move(description), std::move(facts),
-                                              std::move(directory), std::move(counters),
-                                              std::move(registry), std::move(services));
+  return std::make_shared<RecordedController>(
+      std::move(description), std::move(facts), std::move(directory), std::move(counters),
+      std::move(registry), std::move(services), std::move(directory_services));
 }
 
 std::shared_ptr<Controller> open_recording(const std::string& folder, Clock clock) {
@@ -194,7 +204,8 @@ std::shared_ptr<Controller> open_recording(const std::string& folder, Clock cloc
     throw ControllerError(folder + ": is not a folder");
   }
   RecordingFiles files;
-  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kServicesFile}) {
+  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kServicesFile,
+                           kLocatorFile, kReplicationFile, kTrustsFile}) {
     if (std::filesystem::exists(root / name, error)) files[name] = read_file(root / name);
   }
   try {

@@ -86,11 +86,15 @@ class Machine : public platform::Controller {
   }
   std::string description() const override { return "counters of a test"; }
   const platform::MachineFacts& machine() const override { return facts; }
-  platform::Directory* directory() override { return nullptr; }
+  platform::Directory* directory() override { return domain ? domain->directory() : nullptr; }
+  platform::DirectoryServices* directory_services() override {
+    return domain ? domain->directory_services() : nullptr;
+  }
   platform::CounterSource* counters() override { return counters_.get(); }
   platform::RegistryHive* registry() override { return registry_.get(); }
 
   platform::MachineFacts facts;
+  std::shared_ptr<platform::Controller> domain;  // null: the machine belongs to none
 
  private:
   std::unique_ptr<platform::CounterSource> counters_;

@@ -4,7 +4,10 @@
 
 #include "counter_tables.h"
 #include "counters/counter_table.h"
+#include "include/platform/adsi.h"
 #include "include/trc.h"
+#include "platform/recorded/recording.h"
+#include "tests/support/two_sites.h"
 
 namespace {
 
@@ -184,6 +187,22 @@ TEST_F(CounterTables, MeasureThemselvesUnderTheirOwnLabels) {
   EXPECT_EQ(trace.count("TIMER: 9 : DNS : TakeSample : Time to Complete:     0.50"), 1u);
   sampler<tables::DCWNTDSXDS>()->sample();
   EXPECT_TRUE(trace.contains("TIMER: 26 : ExchangeDirectoryService : TakeSample : "));
+}
+
+TEST_F(CounterTables, TellWhetherTheConsistencyCheckerIsEnabled) {
+  const auto machine = std::make_shared<Machine>(counter_log(all_series(), {0}));
+  platform::install(machine);
+  CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  build_for(10, 0);
+  for (const auto& [options, shown] :
+       {std::pair("16", 0), std::pair("17", 0), std::pair("18", 1), std::pair("", 1)}) {
+    machine->domain = platform::make_recording(
+        {{"directory.ldif", testing_support::two_sites_forest(options, "0")},
+         {"locator.json", testing_support::kTwoSitesLocator}},
+        "test", {});
+    expect_row<tables::DCWNTDSKCC>(from(3000, 3, {shown}));
+  }
+  CoUninitialize();
 }
 
 TEST_F(FaultSweep, AddressBook) { sweep<tables::DCWNTDSAB>(&g_AddressBook, 0u); }

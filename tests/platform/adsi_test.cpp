@@ -251,7 +251,7 @@ TEST_F(Adsi, QueriesGiveOneIdentityAndCountReferences) {
   EXPECT_EQ(object->Release(), 4u);
   Held<IDirectorySearch> search;
   ASSERT_EQ(object->QueryInterface(IID_IDirectorySearch, search.out()), S_OK);
-  EXPECT_EQ(search->GetNextRow(nullptr), E_NOTIMPL);
+  EXPECT_EQ(search->GetFirstRow(nullptr), E_NOTIMPL);
   EXPECT_EQ(object->QueryInterface(IID_IADs, nullptr), E_POINTER);
 }
 

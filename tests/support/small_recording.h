@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -80,13 +81,15 @@ whenChanged: 20110102030405.0Z
 class SmallRecording {
  public:
   explicit SmallRecording(const std::string& directory = kSmallForest,
-                          const std::string& more_registry = "") {
+                          const std::string& more_registry = "",
+                          const std::map<std::string, std::string>& more_files = {}) {
     std::random_device random;
     folder_ = std::filesystem::temp_directory_path() /
               ("dirwatch_test_" + std::to_string(random()) + std::to_string(random()));
     std::filesystem::create_directories(folder_);
     write("directory.ldif", directory);
     write("registry.reg", kMachine + more_registry);
+    for (const auto& [name, text] : more_files) write(name, text);
     platform::install(platform::open_recording(folder_.string()));
   }
   ~SmallRecording() {
@@ -99,7 +102,9 @@ class SmallRecording {
   std::string folder() const { return folder_.string(); }
 
  private:
+  // name may stand in a folder of its own.
   void write(const std::string& name, const std::string& text) {
+    std::filesystem::create_directories((folder_ / name).parent_path());
     std::ofstream(folder_ / name, std::ios::binary) << text;
   }
 
