@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "counter_tables.h"
+#include "include/platform/adsi.h"
 #include "tests/support/memory.h"
 
 namespace {
@@ -14,6 +15,7 @@ TEST(LongRun, TenThousandSamplesOfTheCounterTablesHoldOnToNothing) {
   g_osMajorVersion = 10;
   g_osMinorVersion = 0;
   g_allocateGlobalsEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  CoInitializeEx(nullptr, COINIT_MULTITHREADED);
   allocateGlobals(nullptr);
   std::vector<std::unique_ptr<xaf::DirectSampler>> samplers;
 #define DCW_SAMPLER(definition)       \
@@ -29,6 +31,8 @@ TEST(LongRun, TenThousandSamplesOfTheCounterTablesHoldOnToNothing) {
   DCW_SAMPLER(DCWNTDSSAM)
   DCW_SAMPLER(DCWNTDSXDS)
   DCW_SAMPLER(DCWNTDSFRS)
+  DCW_SAMPLER(DCWNTDSDHC)
+  DCW_SAMPLER(DCWNTDSDNS)
   DCW_SAMPLER(DCWNTDSDFS)
   DCW_SAMPLER(DCWNTDSDRC)
   DCW_SAMPLER(DCWNTDSDSV)
@@ -52,6 +56,7 @@ TEST(LongRun, TenThousandSamplesOfTheCounterTablesHoldOnToNothing) {
   EXPECT_GE(time.elapsed_ms(), 10000 * 500);
   samplers.clear();
   deleteGlobals();
+  CoUninitialize();
   CloseHandle(g_allocateGlobalsEvent.exchange(nullptr));
 }
 
