@@ -13,13 +13,9 @@
   X(dcwntdsdai, DCWNTDSDAI)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
-  X(dcwntdsgpo, DCWNTDSGPO)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsrlt, DCWNTDSRLT)           \
-  X(dcwntdslfo, DCWNTDSLFO)           \
-  X(dcwntdsfrt, DCWNTDSFRT)           \
   X(dcwntdsttp, DCWNTDSTTP)           \
-  X(dcwntdslda, DCWNTDSLDA)           \
   X(dcwntdsdad, DCWNTDSDAD)           \
   X(dcwsysrpl, DCWSYSRPL)
 

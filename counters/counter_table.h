@@ -25,7 +25,9 @@ namespace counters {
 // In which system versions a column has a value. It is -1 where it has none.
 enum class Shown {
   kAlways,
-  kOnMajorSix,  // major version 6 exactly, as the choice of counter lists
+  kOnMajorSix,     // major version 6 exactly, as the choice of counter lists
+  kSinceMajorSix,  // major version 6 and above
+  kBeforeFiveTwo,  // major version below 6 and minor version below 2, both
   kNever,
 };
 inline constexpr std::int32_t kNotOnThisVersion = -1;

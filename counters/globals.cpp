@@ -3,7 +3,9 @@
 #include <cstddef>
 #include <iterator>
 #include <new>
+#include <type_traits>
 
+#include "counters/collector_in_use.h"
 #include "counters/localise.h"
 #include "include/settings.h"
 #include "include/trace.h"
@@ -83,7 +85,12 @@ void destroy(const trace::Scope& trace, const char* name, std::atomic<Object*>& 
   Object* object = global.exchange(nullptr);
   if (object == nullptr) return;
   trace.always()("%s: <%p>", name, static_cast<void*>(object));
-  delete object;
+  if constexpr (std::is_same_v<Object, ADPDH>) {
+    // A cached collection may be using it still.
+    destroy_when_unused(object);
+  } else {
+    delete object;
+  }
 }
 
 }  // namespace
@@ -91,6 +98,7 @@ void destroy(const trace::Scope& trace, const char* name, std::atomic<Object*>& 
 unsigned __stdcall allocateGlobals(void*) {
   DCW_TRACE("allocateGlobals");
   SYS1_GetLock(&g_collectLock);
+  if (const HANDLE waited_for = g_allocationHasLock; waited_for != nullptr) SetEvent(waited_for);
   ResetEvent(g_allocateGlobalsEvent);
   if (has_default_english()) {
     trace.always()("\n\nUsing Default English Version.");

@@ -6,6 +6,7 @@
 
 #include "tables/agent_states.h"
 #include "tables/catalogue.h"
+#include "tables/numbered_agents.h"
 #include "tables/table.h"
 
 #define DCW_TABLE_NAMES(lower, definition)                           \
