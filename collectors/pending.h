@@ -10,8 +10,6 @@
 #define DCW_FOR_EACH_PENDING_TABLE(X) \
   X(dcwntdsdra, DCWNTDSDRA)           \
   X(dcwntdsrpl, DCWNTDSRPL)           \
-  X(dcwntdsdhc, DCWNTDSDHC)           \
-  X(dcwntdsdns, DCWNTDSDNS)           \
   X(dcwntdsdai, DCWNTDSDAI)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
