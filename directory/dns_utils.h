@@ -16,6 +16,7 @@
 #include "directory/result_codes.h"
 #include "include/container_info.h"
 #include "include/root_dse_info.h"
+#include "include/trust_topology_node.h"
 
 class DNSUtils {
  public:
@@ -115,4 +116,11 @@ class DNSUtils {
   // appended before left in place.
   static int GetAllCNTList(const std::vector<std::string>& contexts,
                            std::vector<ContainerInfo>& records, std::int32_t count);
+
+  // ---- trusts -------------------------------------------------------------------------------
+
+  // Appends the trusts of the forest as the side library DWATrust.dll computes them, less those
+  // that come again the other way round. 0, also when the library cannot be used; or the status of
+  // a domain that cannot be bound, with nothing appended.
+  static int GetTrustTopologyInfo(std::vector<TrustTopologyNode>& nodes, const char* domainName);
 };

@@ -131,8 +131,9 @@ struct MachineFacts {
   std::uint16_t language = 1033;
 };
 
-// platform/directory_services/services.h
+// platform/directory_services/services.h and platform/commands/command_source.h
 class DirectoryServices;
+class CommandSource;
 
 class Controller {
  public:
@@ -143,6 +144,8 @@ class Controller {
   virtual CounterSource* counters() = 0;
   virtual RegistryHive* registry() = 0;
   virtual DirectoryServices* directory_services() { return nullptr; }
+  // Null leaves the system's commands to the programs of this machine.
+  virtual CommandSource* commands() { return nullptr; }
 };
 
 // Milliseconds since 1970 in universal time, given by whoever owns the clock; recordings use it to

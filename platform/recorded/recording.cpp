@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/commands/recorded_commands.h"
 #include "platform/counters/recorded_counters.h"
 #include "platform/directory_services/recorded_services.h"
 #include "platform/recorded/recorded_directory.h"
@@ -22,6 +23,8 @@ constexpr char kRegistryFile[] = "registry.reg";
 constexpr char kLocatorFile[] = "locator.json";
 constexpr char kReplicationFile[] = "replication.json";
 constexpr char kTrustsFile[] = "trusts.json";
+constexpr char kCommandsFile[] = "commands.json";
+constexpr char kCommandsFolder[] = "commands/";
 
 constexpr char kTcpipKey[] =
     "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters";
@@ -36,13 +39,15 @@ class RecordedController : public Controller {
   RecordedController(std::string description, MachineFacts machine,
                      std::unique_ptr<Directory> directory, std::unique_ptr<CounterSource> counters,
                      std::unique_ptr<RegistryHive> registry,
-                     std::unique_ptr<DirectoryServices> directory_services)
+                     std::unique_ptr<DirectoryServices> directory_services,
+                     std::unique_ptr<CommandSource> commands)
       : description_(std::move(description)),
         machine_(std::move(machine)),
         directory_(std::move(directory)),
         counters_(std::move(counters)),
         registry_(std::move(registry)),
-        directory_services_(std::move(directory_services)) {}
+        directory_services_(std::move(directory_services)),
+        commands_(std::move(commands)) {}
 
   std::string description() const override { return description_; }
   const MachineFacts& machine() const override { return machine_; }
@@ -50,6 +55,7 @@ class RecordedController : public Controller {
   CounterSource* counters() override { return counters_.get(); }
   RegistryHive* registry() override { return registry_.get(); }
   DirectoryServices* directory_services() override { return directory_services_.get(); }
+  CommandSource* commands() override { return commands_.get(); }
 
  private:
   const std::string description_;
@@ -58,6 +64,7 @@ class RecordedController : public Controller {
   const std::unique_ptr<CounterSource> counters_;
   const std::unique_ptr<RegistryHive> registry_;
   const std::unique_ptr<DirectoryServices> directory_services_;
+  const std::unique_ptr<CommandSource> commands_;
 };
 
 std::optional<RegistryValue> find_value(RegistryHive& hive, std::string_view key,
@@ -142,6 +149,26 @@ std::string read_file(const std::filesystem::path& path) {
   return bytes;
 }
 
+std::unique_ptr<CommandSource> make_commands(const RecordingFiles& files) {
+  std::map<std::string, std::string> outputs;
+  for (const auto& [name, bytes] : files) {
+    if (name.starts_with(kCommandsFolder)) {
+      outputs[name.substr(sizeof kCommandsFolder - 1)] = bytes;
+    }
+  }
+  const auto file = files.find(kCommandsFile);
+  return read_commands(file == files.end() ? nullptr : &file->second, outputs);
+}
+
+// The outputs that commands.json names by their files.
+void read_command_outputs(const std::filesystem::path& root, RecordingFiles& files) {
+  std::error_code error;
+  for (const auto& file : std::filesystem::directory_iterator(root / kCommandsFolder, error)) {
+    if (!file.is_regular_file()) continue;
+    files[kCommandsFolder + file.path().filename().string()] = read_file(file.path());
+  }
+}
+
 }  // namespace
 
 void read_machine_facts(RegistryHive& hive, MachineFacts& facts) {
@@ -182,9 +209,9 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
     throw ControllerError(description + ": holds neither " + kDirectoryFile + " nor " +
                           kCountersFile + " nor " + kRegistryFile);
   }
-  return std::make_shared<RecordedController>(std::move(description), std::move(facts),
-                                              std::move(directory), std::move(counters),
-                                              std::move(registry), std::move(services));
+  return std::make_shared<RecordedController>(
+      std::move(description), std::move(facts), std::move(directory), std::move(counters),
+      std::move(registry), std::move(services), make_commands(files));
 }
 
 std::shared_ptr<Controller> open_recording(const std::string& folder, Clock clock) {
@@ -195,9 +222,10 @@ std::shared_ptr<Controller> open_recording(const std::string& folder, Clock cloc
   }
   RecordingFiles files;
   for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kLocatorFile,
-                           kReplicationFile, kTrustsFile}) {
+                           kReplicationFile, kTrustsFile, kCommandsFile}) {
     if (std::filesystem::exists(root / name, error)) files[name] = read_file(root / name);
   }
+  read_command_outputs(root, files);
   try {
     return make_recording(files, folder, std::move(clock));
   } catch (const ControllerError& fault) {
