@@ -13,18 +13,11 @@
   X(dcwntdsdhc, DCWNTDSDHC)           \
   X(dcwntdsdns, DCWNTDSDNS)           \
   X(dcwntdsdai, DCWNTDSDAI)           \
-  X(dcwntdsfrs, DCWNTDSFRS)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
-  X(dcwntdssvc, DCWNTDSSVC)           \
-  X(dcwntdsgpo, DCWNTDSGPO)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsrlt, DCWNTDSRLT)           \
-  X(dcwntdslfo, DCWNTDSLFO)           \
-  X(dcwntdsdfs, DCWNTDSDFS)           \
-  X(dcwntdsfrt, DCWNTDSFRT)           \
   X(dcwntdsttp, DCWNTDSTTP)           \
-  X(dcwntdslda, DCWNTDSLDA)           \
   X(dcwntdsdad, DCWNTDSDAD)           \
   X(dcwsysrpl, DCWSYSRPL)
 

@@ -36,5 +36,5 @@ void add_checker_state(tables::Row<tables::DCWNTDSKCC>& row) {
 template <>
 void dcw_dcwntdskcc_agent::TakeSample() {
   DCW_TRACE("TakeSample");
-  counters::sample_counters(*this, sample_state, g_KCC, kColumns, add_checker_state);
+  counters::sample_counters(*this, sample_state, g_KCC, kColumns, {.columns = add_checker_state});
 }

@@ -3,7 +3,9 @@
 #include <cstddef>
 #include <iterator>
 #include <new>
+#include <type_traits>
 
+#include "counters/collector_in_use.h"
 #include "counters/localise.h"
 #include "include/platform/system.h"
 #include "include/settings.h"
@@ -86,7 +88,12 @@ void destroy(const trace::Scope& trace, const char* name, std::atomic<Object*>& 
   Object* object = global.exchange(nullptr);
   if (object == nullptr) return;
   trace.always()("%s: <%p>", name, static_cast<void*>(object));
-  delete object;
+  if constexpr (std::is_same_v<Object, ADPDH>) {
+    // A cached collection may be using it still.
+    destroy_when_unused(object);
+  } else {
+    delete object;
+  }
 }
 
 }  // namespace
@@ -94,6 +101,7 @@ void destroy(const trace::Scope& trace, const char* name, std::atomic<Object*>& 
 unsigned __stdcall allocateGlobals(void*) {
   DCW_TRACE("allocateGlobals");
   SYS1_GetLock(&g_collectLock);
+  if (const HANDLE waited_for = g_allocationHasLock; waited_for != nullptr) SetEvent(waited_for);
   ResetEvent(g_allocateGlobalsEvent);
   // No other language counts as English: another English has the same names, found the long way.
   if (GetSystemDefaultLangID() == kUnitedStatesEnglish) {

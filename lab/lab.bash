@@ -16,6 +16,7 @@ LAB_REALM=CORP.EXAMPLE
 LAB_DOMAIN=corp.example
 LAB_BASE=DC=corp,DC=example
 LAB_PASSWORD=Passw0rd.1
+LAB_SITE=Branch-Site
 LAB_PREFIX=10.53.1
 declare -A LAB_ADDRESS=([dc1]=$LAB_PREFIX.11 [dc2]=$LAB_PREFIX.12 [cli]=$LAB_PREFIX.100)
 declare -A LAB_LINK=([dc1]=v-dc1 [dc2]=v-dc2 [cli]=v-cli)
@@ -79,18 +80,17 @@ lab_make_machine() {
     >"/etc/netns/$namespace/hosts"
 }
 
-# Two controllers of one machine would meet in /run/samba, and the stock intervals of replication
-# are minutes: each controller gets folders of its own and intervals of seconds.
+# The stock intervals of replication are minutes: each controller gets intervals of seconds. Its log
+# goes where the lab's other files are, not where the package's settings put it.
 lab_configure_controller() {
   local folder=$LAB_ROOT/$1
   mkdir -p "$folder/run" "$folder/log"
   # The stock setting forwards to the machine's own name server, which here is this one: an unknown
   # name would go round for ever.
-  sed -i '/dns forwarder/d' "$folder/etc/smb.conf"
+  sed -i '/dns forwarder/d; /log file/d' "$folder/etc/smb.conf"
   sed -i "/^\[global\]/a\\
 \\tpid directory = $folder/run\\
 \\tncalrpc dir = $folder/run/ncalrpc\\
-\\twinbindd socket directory = $folder/run/winbindd\\
 \\tntp signd socket directory = $folder/run/ntp\\
 \\tlog file = $folder/log/%m\\
 \\tldap server require strong auth = no\\
@@ -110,6 +110,64 @@ lab_provision_first() {
   lab_configure_controller dc1
 }
 
+# Changes dc1's directory as the administrator. The change comes from stdin.
+lab_modify() {
+  nsrun cli ldapmodify -x -H "ldap://dc1.$LAB_DOMAIN" -D "Administrator@$LAB_DOMAIN" \
+    -y "$LAB_ROOT/password" >"$LAB_ROOT/ldapmodify.log" 2>&1 ||
+    die "the change was refused: $(cat "$LAB_ROOT/ldapmodify.log")"
+}
+
+# dc2 in a site of its own. Without the site on the link the topology generator finds no path and
+# makes no connection; without --server a join pays no heed to --site.
+lab_join_second() {
+  local tool=(nsrun dc1 samba-tool) settings=(-s "$LAB_ROOT/dc1/etc/smb.conf") log=$LAB_ROOT/join.log
+  {
+    "${tool[@]}" sites create $LAB_SITE "${settings[@]}" &&
+      "${tool[@]}" sites subnet create "${LAB_ADDRESS[dc2]}/32" $LAB_SITE "${settings[@]}"
+  } >"$log" 2>&1 || die "making the site $LAB_SITE failed: $(tail -5 "$log")"
+  lab_modify <<END
+dn: CN=DEFAULTIPSITELINK,CN=IP,CN=Inter-Site Transports,CN=Sites,CN=Configuration,$LAB_BASE
+changetype: modify
+add: siteList
+siteList: CN=$LAB_SITE,CN=Sites,CN=Configuration,$LAB_BASE
+END
+  mkdir -p "$LAB_ROOT/dc2"
+  nsrun dc2 samba-tool domain join $LAB_DOMAIN DC --server=dc1.$LAB_DOMAIN --site=$LAB_SITE \
+    -U "Administrator%$LAB_PASSWORD" --realm=$LAB_REALM --dns-backend=SAMBA_INTERNAL \
+    --targetdir="$LAB_ROOT/dc2" --option="interfaces=${LAB_ADDRESS[dc2]}/24 lo" \
+    --option="bind interfaces only=yes" --option="netbios name=DC2" \
+    >"$log" 2>&1 || die "joining dc2 failed: $(tail -5 "$log")"
+  lab_configure_controller dc2
+}
+
+# Whether the controller has once replicated every naming context from the other one. A link that
+# was never tried reads as a success at the time 0, so only a dated success counts.
+lab_replicates() {
+  local report
+  report=$(nsrun "$1" timeout 20 samba-tool drs showrepl --json -s "$LAB_ROOT/$1/etc/smb.conf" 2>/dev/null) &&
+    python3 -c '
+import json, sys
+inbound = json.load(sys.stdin)["repsFrom"]
+dated = {link["NC dn"] for link in inbound if link["last success"] != "NTTIME(0)"}
+sys.exit(len(dated) < 5)' <<<"$report"
+}
+
+lab_add_controller() {
+  local began=$SECONDS deadline=$((SECONDS + 300)) name
+  say "joining dc2 in the site $LAB_SITE"
+  lab_make_machine dc2
+  lab_join_second
+  lab_start_controller dc2
+  say "waiting until both controllers have replicated"
+  for name in dc1 dc2; do
+    until lab_replicates "$name"; do
+      ((SECONDS < deadline)) || die "$name does not replicate: $(tail -5 "$LAB_ROOT/$name/log/console")"
+      sleep 0.5
+    done
+  done
+  say "two controllers after $((SECONDS - began)) s"
+}
+
 # Whether the controller answers: its directory is synchronised and DNS knows its domain.
 lab_serves() {
   local address=${LAB_ADDRESS[$1]}
@@ -122,7 +180,11 @@ lab_serves() {
 lab_start_controller() {
   local name=$1 folder=$LAB_ROOT/$1 deadline=$((SECONDS + 180))
   mkdir -p "$folder/run" && rm -f "$folder/run/"*.pid
-  nsrun "$name" setsid samba -i --no-process-group -M prefork -s "$folder/etc/smb.conf" \
+  # /run/samba is the controller's own: two of them would meet there, and its file server asks
+  # winbind under that path only, whatever the settings say; without an answer no share opens.
+  mkdir -p /run/samba
+  nsrun "$name" unshare -m sh -c 'mount --bind "$1" /run/samba; shift; exec "$@"' sh "$folder/run" \
+    setsid samba -i --no-process-group -M prefork -s "$folder/etc/smb.conf" \
     </dev/null >"$folder/log/console" 2>&1 &
   disown
   until lab_serves "$name"; do
@@ -252,6 +314,8 @@ LAB_ROOT=$LAB_ROOT
 LAB_BASE=$LAB_BASE
 LAB_CLIENT_NAMESPACE=$LAB_ID-cli
 LAB_SERVER=dc1.$LAB_DOMAIN
+LAB_SECOND_SERVER=dc2.$LAB_DOMAIN
+LAB_SITE=$LAB_SITE
 LAB_LDAPI=$LAB_ROOT/dc1/private/ldap_priv/ldapi
 LAB_CA_FILE=$LAB_ROOT/dc1/private/tls/ca.pem
 LAB_BIND_DN=Administrator@$LAB_DOMAIN

@@ -17,7 +17,8 @@ usage: lab/samba-lab.sh COMMAND
   status                say whether the lab is up and serves
   env                   print what a client needs, as NAME=value lines
   run COMMAND...        up, run the command as a client of the lab, down; its exit status
-  exec MACHINE COMMAND  run a command on a machine: dc1, or cli for clients
+  exec MACHINE COMMAND  run a command on a machine: dc1, dc2, or cli for clients
+  add-controller        add a second site, Branch-Site, and in it the controller dc2
   add-containers N      add N containers below the head of the domain
   stop|start MACHINE    the controller's server: end it, or start it and wait until it serves
   freeze|thaw MACHINE   stop its LDAP processes so that it takes connections and never answers
@@ -70,6 +71,7 @@ case $command in
   env) lab_require && lab_environment ;;
   run) lab_check_requirements && run_in_lab "$@" ;;
   exec) lab_require && nsrun "$@" ;;
+  add-controller) lab_require && lab_add_controller ;;
   add-containers) lab_require && lab_add_containers "$1" ;;
   start) lab_require && lab_start_controller "$1" ;;
   stop) lab_require && lab_stop_controller "$1" ;;

@@ -5,6 +5,7 @@
 // failure of the registration, and are called once each by LoadAgents.
 
 #include "tables/catalogue.h"
+#include "tables/numbered_agents.h"
 #include "tables/table.h"
 
 #define DCW_TABLE_NAMES(lower, definition)                           \

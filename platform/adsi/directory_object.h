@@ -92,6 +92,8 @@ class DirectoryObject final : public IADs, public IADsContainer, public IDirecto
   // The attribute after an implicit fetch, or the failure.
   HRESULT attribute(BSTR name, const Attribute*& found);
   AdsPath child_path(BSTR relative_name) const;
+  // The child of that name; an empty class takes any.
+  HRESULT find_child(BSTR class_name, BSTR relative_name, IDispatch** object);
 
   const std::shared_ptr<Controller> controller_;
   const AdsPath path_;

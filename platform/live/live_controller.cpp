@@ -1,5 +1,6 @@
 // open_live: a controller behind an LDAP address. What it is called and which system it runs is
 // read once, when it is opened; it has no counters and no registry, since neither travels by LDAP.
+// The services are those of the machine that the agent runs on.
 
 #include <cstdio>
 #include <memory>
@@ -8,6 +9,7 @@
 
 #include "platform/controller.h"
 #include "platform/live/live_directory.h"
+#include "platform/live/live_services.h"
 
 namespace platform {
 namespace {
@@ -64,11 +66,13 @@ class LiveController : public Controller {
   Directory* directory() override { return &directory_; }
   CounterSource* counters() override { return nullptr; }
   RegistryHive* registry() override { return nullptr; }
+  ServiceManager* services() override { return &services_; }
 
  private:
   const live::Address address_;
   live::LiveDirectory directory_;
   MachineFacts facts_;
+  live::LiveServices services_;
 };
 
 }  // namespace

@@ -1,19 +1,13 @@
 #include <gmock/gmock.h>
 
+#include "counter_tables.h"
 #include "counters/adpdh_instances.h"
-#include "machine.h"
-#include "tables/classes.h"
 
 namespace {
 
 using testing::ElementsAre;
 
 constexpr const char* kFolders = "DFS Replicated Folders";
-
-std::vector<Series> operator+(std::vector<Series> left, const std::vector<Series>& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
 
 std::string short_head(const std::string& stamp) { return "NODE1" + std::string(59, ' ') + stamp; }
 std::string name_column(const std::string& name) {

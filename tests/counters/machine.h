@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -100,6 +101,26 @@ class Machine : public platform::Controller {
   std::unique_ptr<platform::RegistryHive> registry_;
 };
 
+// The lists as they are now, put back at the end: a translation rewrites them for good.
+class ListsPutBack {
+ public:
+  ListsPutBack() {
+    for (const counters::CounterList& list : counters::kCounterLists) {
+      rows_.emplace_back(list.rows.begin(), list.rows.end());
+    }
+  }
+  ~ListsPutBack() {
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+      std::copy(rows_[i].begin(), rows_[i].end(), counters::kCounterLists[i].rows.begin());
+    }
+  }
+  ListsPutBack(const ListsPutBack&) = delete;
+  ListsPutBack& operator=(const ListsPutBack&) = delete;
+
+ private:
+  std::vector<std::vector<counters::CounterRow>> rows_;
+};
+
 class CountersTest : public testing::Test {
  protected:
   CountersTest() {
@@ -146,6 +167,7 @@ class CountersTest : public testing::Test {
     return counts;
   }
 
+  ListsPutBack lists;
   platform::VirtualTime time;
   trc::Capture trace;
 };

@@ -78,11 +78,13 @@ whenCreated: 20110102030405.0Z
 whenChanged: 20110102030405.0Z
 )";
 
+// Name and text of further files of a recording.
+using MoreFiles = std::map<std::string, std::string>;
+
 class SmallRecording {
  public:
   explicit SmallRecording(const std::string& directory = kSmallForest,
-                          const std::string& more_registry = "",
-                          const std::map<std::string, std::string>& more_files = {}) {
+                          const std::string& more_registry = "", const MoreFiles& more_files = {}) {
     std::random_device random;
     folder_ = std::filesystem::temp_directory_path() /
               ("dirwatch_test_" + std::to_string(random()) + std::to_string(random()));
@@ -90,7 +92,7 @@ class SmallRecording {
     write("directory.ldif", directory);
     write("registry.reg", kMachine + more_registry);
     for (const auto& [name, text] : more_files) write(name, text);
-    platform::install(platform::open_recording(folder_.string()));
+    platform::install(platform::open_recording(folder_.string(), platform::clock_now_ms));
   }
   ~SmallRecording() {
     std::error_code ignored;
