@@ -38,15 +38,8 @@ void whole_sample(benchmark::State& state) {
     }
   }
   state.SetItemsProcessed(state.iterations() * state.range(0));
-  state.SetComplexityN(state.range(0));
 }
 
 }  // namespace
 
-BENCHMARK(whole_sample)
-    ->Name("whole_sample/DCWNTDSSVC")
-    ->Arg(250)
-    ->Arg(500)
-    ->Arg(1000)
-    ->Arg(2000)
-    ->Complexity();
+BENCHMARK(whole_sample)->Name("growth/services")->Arg(250)->Arg(2000);

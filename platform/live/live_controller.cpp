@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/controller.h"
+#include "platform/directory_services/asked_services.h"
 #include "platform/live/live_directory.h"
 #include "platform/live/live_services.h"
 
@@ -59,6 +60,7 @@ class LiveController : public Controller {
     if (dot != std::string::npos) facts_.dns_suffix = full_name.substr(dot + 1);
     directory_.set_own_name(full_name);
     read_system_version(directory_, root, facts_);
+    directory_services_ = make_asked_services(directory_, dns());
   }
 
   std::string description() const override { return address_.uri(); }
@@ -67,12 +69,14 @@ class LiveController : public Controller {
   CounterSource* counters() override { return nullptr; }
   RegistryHive* registry() override { return nullptr; }
   ServiceManager* services() override { return &services_; }
+  DirectoryServices* directory_services() override { return directory_services_.get(); }
 
  private:
   const live::Address address_;
   live::LiveDirectory directory_;
   MachineFacts facts_;
   live::LiveServices services_;
+  std::unique_ptr<DirectoryServices> directory_services_;
 };
 
 }  // namespace
