@@ -12,7 +12,6 @@
   X(dcwntdsrpl, DCWNTDSRPL)           \
   X(dcwntdsdhc, DCWNTDSDHC)           \
   X(dcwntdsdns, DCWNTDSDNS)           \
-  X(dcwntdsdai, DCWNTDSDAI)           \
   X(dcwntdsfrs, DCWNTDSFRS)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
@@ -21,7 +20,6 @@
   X(dcwntdsrlt, DCWNTDSRLT)           \
   X(dcwntdsdfs, DCWNTDSDFS)           \
   X(dcwntdsttp, DCWNTDSTTP)           \
-  X(dcwntdsdad, DCWNTDSDAD)           \
   X(dcwsysrpl, DCWSYSRPL)
 
 // Whether the table of that upper-case name has no collector yet.
