@@ -8,6 +8,8 @@
 
 #include "platform/controller.h"
 #include "platform/live/live_directory.h"
+#include "platform/live/live_dns.h"
+#include "platform/live/live_shares.h"
 
 namespace platform {
 namespace {
@@ -41,7 +43,10 @@ void read_system_version(live::LiveDirectory& directory, const Entry& root, Mach
 class LiveController : public Controller {
  public:
   explicit LiveController(const std::string& url)
-      : address_(live::parse_address(url)), directory_(address_) {
+      : address_(live::parse_address(url)),
+        directory_(address_),
+        dns_(live::make_live_dns(live::read_dns_options())),
+        shares_(live::make_live_shares(live::read_smb_timeout())) {
     Entry root;
     if (directory_.read_root("", root) != kDirectoryOk) {
       throw ControllerError(directory_.last_failure());
@@ -64,10 +69,14 @@ class LiveController : public Controller {
   Directory* directory() override { return &directory_; }
   CounterSource* counters() override { return nullptr; }
   RegistryHive* registry() override { return nullptr; }
+  Shares* shares() override { return shares_.get(); }
+  DnsSource* dns() override { return dns_.get(); }
 
  private:
   const live::Address address_;
   live::LiveDirectory directory_;
+  const std::unique_ptr<DnsSource> dns_;
+  const std::unique_ptr<Shares> shares_;
   MachineFacts facts_;
 };
 
