@@ -10,13 +10,11 @@
 #define DCW_FOR_EACH_PENDING_TABLE(X) \
   X(dcwntdsdra, DCWNTDSDRA)           \
   X(dcwntdsrpl, DCWNTDSRPL)           \
-  X(dcwntdsdai, DCWNTDSDAI)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsrlt, DCWNTDSRLT)           \
   X(dcwntdsttp, DCWNTDSTTP)           \
-  X(dcwntdsdad, DCWNTDSDAD)           \
   X(dcwsysrpl, DCWSYSRPL)
 
 // Whether the table of that upper-case name has no collector yet.
