@@ -10,12 +10,8 @@
 #define DCW_FOR_EACH_PENDING_TABLE(X) \
   X(dcwntdsdra, DCWNTDSDRA)           \
   X(dcwntdsrpl, DCWNTDSRPL)           \
-  X(dcwntdsdhc, DCWNTDSDHC)           \
-  X(dcwntdsdns, DCWNTDSDNS)           \
-  X(dcwntdsdai, DCWNTDSDAI)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
-  X(dcwntdsrlt, DCWNTDSRLT)           \
-  X(dcwntdsdad, DCWNTDSDAD)
+  X(dcwntdsrlt, DCWNTDSRLT)
 
 // Whether the table of that upper-case name has no collector yet.
 bool is_pending(std::string_view table);
