@@ -1,6 +1,8 @@
 // TrustTopology: the forest's trust graph as directed edges. Each trust comes once from the side
 // library; where a direction is known, a mirror row shows it from its other end.
 
+#include "collectors/trust_topology.h"
+
 #include <algorithm>
 #include <string>
 #include <string_view>
@@ -9,7 +11,6 @@
 #include "collectors/cache.h"
 #include "collectors/prologue.h"
 #include "directory/dns_utils.h"
-#include "include/trust_topology_node.h"
 
 namespace {
 
@@ -73,10 +74,22 @@ std::string upper(const char* name) {
   return text;
 }
 
-// Appends the edge, and its mirror. The row is that of the node before: what has no text leaves its
-// column as it was, which receivers know.
-void add_edges(const trace::Scope& trace, const TrustTopologyNode& node, EdgeRow& row,
-               collectors::Rows<DCWNTDSTTP>& rows) {
+// The host by which the framework knows this node: what stands before the first colon of its name.
+void take_host(const trace::Scope& trace, std::string_view origin_node,
+               collectors::ServerNames& names) {
+  const std::string node(origin_node.substr(0, origin_node.find_last_not_of(' ') + 1));
+  trace.always()("DetermineLocalHost : szHostName:%s", node.c_str());
+  const std::string host = node.substr(0, node.find(':'));
+  const std::size_t length = std::min(host.size(), sizeof names.host - 1);
+  std::copy_n(host.data(), length, names.host);
+  names.host[length] = '\0';
+  trace.always()("tempHostName:%s", names.host);
+}
+
+}  // namespace
+
+void collectors::add_trust_edges(const trace::Scope& trace, const TrustTopologyNode& node,
+                                 EdgeRow& row, Rows<DCWNTDSTTP>& rows) {
   const std::string to = upper(node.trustTo);
   const std::string from = upper(node.trustFrom);
   row.set<"TRSTPDMNM">(to);
@@ -97,20 +110,6 @@ void add_edges(const trace::Scope& trace, const TrustTopologyNode& node, EdgeRow
   rows.push_back(row);
 }
 
-// The host by which the framework knows this node: what stands before the first colon of its name.
-void take_host(const trace::Scope& trace, std::string_view origin_node,
-               collectors::ServerNames& names) {
-  const std::string node(origin_node.substr(0, origin_node.find_last_not_of(' ') + 1));
-  trace.always()("DetermineLocalHost : szHostName:%s", node.c_str());
-  const std::string host = node.substr(0, node.find(':'));
-  const std::size_t length = std::min(host.size(), sizeof names.host - 1);
-  std::copy_n(host.data(), length, names.host);
-  names.host[length] = '\0';
-  trace.always()("tempHostName:%s", names.host);
-}
-
-}  // namespace
-
 template <>
 void collectors::CollectData<DCWNTDSTTP>() {
   DCW_TRACE("CollectData");
@@ -128,7 +127,7 @@ void collectors::CollectData<DCWNTDSTTP>() {
     return;
   }
   Rows<DCWNTDSTTP> rows;
-  for (const TrustTopologyNode& node : nodes) add_edges(trace, node, row, rows);
+  for (const TrustTopologyNode& node : nodes) add_trust_edges(trace, node, row, rows);
   transfer<DCWNTDSTTP>(trace, rows);
 }
 

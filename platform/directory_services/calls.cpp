@@ -56,7 +56,7 @@ DWORD hand_out(const LocatedController& found, const std::string& client_site,
 }
 
 void fill(Block& block, const platform::DomainTrust& trust, DS_DOMAIN_TRUSTSA& record) {
-  record.NetbiosDomainName = block.text(std::string_view(trust.netbios_name));
+  record.NetbiosDomainName = text_or_null(block, trust.netbios_name);
   record.DnsDomainName = text_or_null(block, trust.dns_name);
   record.Flags = trust.flags;
   record.ParentIndex = trust.parent_index;

@@ -226,6 +226,10 @@ class RecordedServices : public DirectoryServices {
       if (bound == nullptr) return kStatusNoSuchDomain;
     } else {
       bound = find(controller);
+      // A domain's own name leads to one of its controllers.
+      if (bound == nullptr) {
+        bound = choose_controller(controllers_, {machine_, controller, "", 0}, controller, "");
+      }
       if (bound == nullptr || !bound->answers) return kStatusServerUnavailable;
     }
     full_name = bound->name;

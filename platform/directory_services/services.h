@@ -61,8 +61,8 @@ struct ReplicaNeighbour {
 };
 
 struct DomainTrust {
-  std::string netbios_name;
-  std::string dns_name;     // empty for none
+  std::string netbios_name;  // empty for none, as the next
+  std::string dns_name;
   std::uint32_t flags = 0;  // DS_DOMAIN_DIRECT_OUTBOUND and its kin
   std::uint32_t parent_index = 0;
   std::uint32_t type = 0;

@@ -103,6 +103,9 @@ TEST(RecordedLocator, BindsThoseThatAnswer) {
   EXPECT_EQ(full_name, "DC2.corp.example");
   EXPECT_EQ(services->bind("", "child.corp.example", full_name), 0u);
   EXPECT_EQ(full_name, "DC1.child.corp.example");
+  EXPECT_EQ(services->bind("CORP.example", "", full_name), 0u);
+  EXPECT_EQ(full_name, "DC1.corp.example");
+  EXPECT_EQ(services->bind("elsewhere.example", "", full_name), platform::kStatusServerUnavailable);
   EXPECT_EQ(services->bind("DC9.corp.example", "", full_name), platform::kStatusServerUnavailable);
   EXPECT_EQ(services->bind("", "elsewhere.example", full_name), platform::kStatusNoSuchDomain);
 }
