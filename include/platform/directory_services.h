@@ -11,7 +11,7 @@
 // clang-format off
 #include <dsgetdc.h>
 #include <ntdsapi.h>
-#include <lm.h>
+#include <lmapibuf.h>
 // clang-format on
 #else
 
