@@ -11,6 +11,7 @@
 // clang-format off
 #include <dsgetdc.h>
 #include <ntdsapi.h>
+#include <lmcons.h>
 #include <lmapibuf.h>
 // clang-format on
 #else
