@@ -49,9 +49,9 @@ class Excuse {
 
 }  // namespace
 
-Argument::Argument(const std::wstring& text) {
+Argument::Argument(const wchar_t* text) {
   VariantInit(&value_);
-  value_.bstrVal = SysAllocString(text.c_str());
+  value_.bstrVal = SysAllocString(text);
   value_.vt = VT_BSTR;
 }
 
@@ -61,7 +61,7 @@ Argument::Argument(std::int32_t number) {
   value_.lVal = number;
 }
 
-Argument::Argument(bool flag) {
+void Argument::set_flag(bool flag) {
   VariantInit(&value_);
   value_.vt = VT_BOOL;
   value_.boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
