@@ -39,15 +39,14 @@ class Argument {
   // An optional one that is left out.
   struct Missing {};
   explicit Argument(Missing);
-  ~Argument() { VariantClear(&value_); }
   Argument(const Argument&) = delete;
   Argument& operator=(const Argument&) = delete;
-  const VARIANT& value() const { return value_; }
+  const VARIANT& value() const { return value_.get(); }
 
  private:
   void set_flag(bool flag);
 
-  VARIANT value_;
+  Variant value_;
 };
 
 class AutomationObject {
