@@ -10,7 +10,6 @@
 #define DCW_FOR_EACH_PENDING_TABLE(X) \
   X(dcwntdsdra, DCWNTDSDRA)           \
   X(dcwntdsrpl, DCWNTDSRPL)           \
-  X(dcwntdsdcp, DCWNTDSDCP)           \
   X(dcwntdsrlt, DCWNTDSRLT)
 
 // Whether the table of that upper-case name has no collector yet.

@@ -9,6 +9,8 @@
 #include "collectors/caches.h"
 #include "collectors/sysvol_test_files.h"
 #include "include/platform/files.h"
+#include "include/platform/threads.h"
+#include "include/settings.h"
 #include "include/unique_handle.h"
 #include "tests/collectors/recorded_commands.h"
 #include "tests/directory/forest.h"

@@ -5,6 +5,8 @@
 #include <optional>
 
 #include "collectors/background.h"
+#include "include/platform/threads.h"
+#include "include/settings.h"
 #include "include/unique_handle.h"
 #include "tests/collectors/recorded_commands.h"
 #include "tests/directory/forest.h"

@@ -4,6 +4,8 @@
 
 #include "collectors/background.h"
 #include "collectors/cache.h"
+#include "include/platform/threads.h"
+#include "include/settings.h"
 #include "include/unique_handle.h"
 #include "tests/collectors/recorded_commands.h"
 
