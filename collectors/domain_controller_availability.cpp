@@ -1,7 +1,7 @@
 // DomainControllerAvailability: whether this server reaches what it depends on. Partners and global
 // catalogs are pinged, the controllers of the site bound, the role holders both, and the clock is
-// compared with the time server's; every step that fails leaves its columns at what they are without
-// an answer, and the row is delivered all the same.
+// compared with the time server's; every step that fails leaves its columns at what they are
+// without an answer, and the row is delivered all the same.
 
 #include <algorithm>
 #include <cmath>
@@ -280,9 +280,7 @@ void fill_catalog_state(const trace::Scope& trace, const char* computer, Availab
 // keeps it from one sample to the next.
 template <tables::Name kCurrent, tables::Name kPrevious>
 struct Holder {
-  static void show_same(AvailabilityRow& row) {
-    row.set<kPrevious>(row.text<kCurrent>());
-  }
+  static void show_same(AvailabilityRow& row) { row.set<kPrevious>(row.text<kCurrent>()); }
   static void show(AvailabilityRow& row, const char (&kept)[64]) { row.set<kPrevious>(kept); }
   static void keep(const AvailabilityRow& row, char (&kept)[64]) {
     row.text<kCurrent>().copy(kept, sizeof kept);
@@ -297,8 +295,7 @@ using Pdc = Holder<"DCAPDC", "DCAPPDC">;
 
 // A change of holder shows in one sample: there the column and its previous one differ.
 struct HandOverAvailability : collectors::HandOver<DCWNTDSDCA> {
-  void rows(const trace::Scope& /*trace*/, tables::Agent<DCWNTDSDCA>& agent,
-            AvailabilityRow& row) {
+  void rows(const trace::Scope& /*trace*/, tables::Agent<DCWNTDSDCA>& agent, AvailabilityRow& row) {
     auto& state = agent.state;
     if (state.firstSample == 1) {
       Rid::show_same(row);

@@ -78,9 +78,9 @@ const char* RoleHolders::role_of(const char* computer) const {
     const char* text;
   };
   // Deliberately another order than that of the pings; the column has room for one role.
-  for (const Shown& one : {Shown{kDomainNaming, "Domain_Naming"}, Shown{kRid, "RID_Pool"},
-                           Shown{kInfrastructure, "Infrastructure"}, Shown{kSchema, "Schema"},
-                           Shown{kPdc, "PDC"}}) {
+  for (const Shown& one :
+       {Shown{kDomainNaming, "Domain_Naming"}, Shown{kRid, "RID_Pool"},
+        Shown{kInfrastructure, "Infrastructure"}, Shown{kSchema, "Schema"}, Shown{kPdc, "PDC"}}) {
     if (equal(holders_[one.role].name, computer)) return one.text;
   }
   return "none";

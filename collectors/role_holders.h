@@ -1,7 +1,7 @@
 #pragma once
 // The holders of the five operations-master roles, as the availability table shows them: who they
-// are, in which site they stand, and whether they answer. A server that holds several roles is asked
-// once.
+// are, in which site they stand, and whether they answer. A server that holds several roles is
+// asked once.
 
 #include <array>
 #include <cstddef>
@@ -17,8 +17,8 @@ namespace collectors {
 enum Role : std::size_t { kDomainNaming, kInfrastructure, kPdc, kRid, kSchema, kRoleCount };
 
 struct RoleHolder {
-  std::string name;             // short; empty when it could not be found
-  std::string qualified;        // "Site\\NAME", or the name alone where the site is not known
+  std::string name;              // short; empty when it could not be found
+  std::string qualified;         // "Site\\NAME", or the name alone where the site is not known
   std::int32_t round_trip = -1;  // milliseconds; -1 no answer, -2 all lost
   std::uint8_t is_bound = 0;
 };

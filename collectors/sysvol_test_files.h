@@ -5,8 +5,8 @@
 //
 // Which files there are is kept for the process, so that a stop in the middle of a test can delete
 // them: the clear event guards that, and every run of a command that pushes the files on. It is a
-// manual-reset event as the caches have them: signalled is free. Whoever is to end the test's thread
-// holds it meanwhile, and so ends it outside this work.
+// manual-reset event as the caches have them: signalled is free. Whoever is to end the test's
+// thread holds it meanwhile, and so ends it outside this work.
 
 #include <cstdint>
 #include <span>

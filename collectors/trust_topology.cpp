@@ -99,8 +99,8 @@ void collectors::add_trust_edges(const trace::Scope& trace, const TrustTopologyN
   const Direction direction = direction_of(
       node.trustType == kTrustTypeUnknown ? kTrustDirectionUnknown : node.trustDirection);
   if (direction.told != nullptr) row.set<"TRSTPDIR">(direction.told);
-  const bool is_external = (node.trustAttributes & kWithinForest) == 0 &&
-                           (node.trustAttributes & kOutOfForest) != 0;
+  const bool is_external =
+      (node.trustAttributes & kWithinForest) == 0 && (node.trustAttributes & kOutOfForest) != 0;
   row.set<"TRSTPRLN">(is_external ? "EXTERNAL" : "INTERNAL");
   rows.push_back(row);
   if (direction.mirrored == nullptr) return;

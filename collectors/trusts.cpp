@@ -214,8 +214,8 @@ void collectors::CollectData<DCWNTDSTRS>() {
   g_trustCount = static_cast<std::int32_t>(count);
   Rows<DCWNTDSTRS> rows;
   for (ULONG i = 0; i < count; ++i) {
-    // The row is not cleared in between: a trust whose verification says nothing shows the status of
-    // the one before, which receivers know.
+    // The row is not cleared in between: a trust whose verification says nothing shows the status
+    // of the one before, which receivers know.
     fill(trace, names.host, array[i], row);
     rows.push_back(row);
   }

@@ -38,10 +38,10 @@ struct NumberedState<DCWNTDSDCA> : InstanceNumber {
 // Counts from 1 to the largest number and then from 1 again. Any thread.
 std::int32_t next_instance_number(std::atomic<std::int32_t>& last);
 
-#define DCW_NUMBERED_TABLE(definition)                                   \
-  template <>                                                            \
-  struct AgentState<definition> : public NumberedState<definition> {};   \
-  template <>                                                            \
+#define DCW_NUMBERED_TABLE(definition)                                 \
+  template <>                                                          \
+  struct AgentState<definition> : public NumberedState<definition> {}; \
+  template <>                                                          \
   void Agent<definition>::TakeSampleConstructor();
 DCW_FOR_EACH_NUMBERED_TABLE(DCW_NUMBERED_TABLE)
 #undef DCW_NUMBERED_TABLE

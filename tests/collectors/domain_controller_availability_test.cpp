@@ -24,8 +24,7 @@ std::string forest() { return directory_test::forest_with("options: 5\n", "optio
 std::string forest_of_one_holder(const std::string& site, const std::string& server) {
   std::string text = forest();
   const std::string owner = "fSMORoleOwner: " + settings_dn(site, server) + "\n";
-  for (const auto& [its_site, its_server] :
-       {std::pair("Hub", "DC1"), std::pair("Branch", "DC3")}) {
+  for (const auto& [its_site, its_server] : {std::pair("Hub", "DC1"), std::pair("Branch", "DC3")}) {
     const std::string before = "fSMORoleOwner: " + settings_dn(its_site, its_server) + "\n";
     for (std::size_t at = text.find(before); at != text.npos && before != owner;
          at = text.find(before)) {
@@ -99,8 +98,8 @@ struct Machine {
     return {{"locator.json", locator_json(located)},
             {"replication.json", replication_json(neighbours)},
             {"commands.json", commands_json(commands)},
-            {"services.json", R"([{"Name": "W32Time", "StartMode": "Auto", "State": ")" +
-                                  time_service + R"("}])"}};
+            {"services.json",
+             R"([{"Name": "W32Time", "StartMode": "Auto", "State": ")" + time_service + R"("}])"}};
   }
 };
 
@@ -169,9 +168,7 @@ class Availability : public Sampling {
   }
   void TearDown() override { g_cacheInterval = 0; }
 
-  void record(const Machine& machine) {
-    next_.emplace(machine.directory, "", machine.files());
-  }
+  void record(const Machine& machine) { next_.emplace(machine.directory, "", machine.files()); }
   static std::string sample() {
     const auto rows = xaf::DirectSampler("DCWNTDSDCA").sample();
     return rows.size() == 1 ? rows[0] : std::to_string(rows.size()) + " rows";
@@ -240,8 +237,8 @@ TEST_F(Availability, TellsItsStepsInOrder) {
       "DCA Transfer to global buffer complete"};
   std::vector<std::string> told;
   for (const trc::Line& line : trace_.lines()) {
-    const bool own = line.file == "domain_controller_availability.cpp" ||
-                     line.file == "role_holders.cpp";
+    const bool own =
+        line.file == "domain_controller_availability.cpp" || line.file == "role_holders.cpp";
     if (own && line.kind == trc::Kind::kText && line.function == "CollectData" &&
         !line.text.starts_with("Partner <")) {
       told.push_back(line.text);
@@ -302,8 +299,8 @@ TEST_F(Availability, ShowsItsOwnRoleInItsOwnOrder) {
   EXPECT_EQ("Domain_Naming", held({pdc, schema, infrastructure, rid, naming}));
 }
 
-// The comparison is on the qualified names: one and the same short name, once with its site and once
-// without, is pinged twice.
+// The comparison is on the qualified names: one and the same short name, once with its site and
+// once without, is pinged twice.
 TEST_F(Availability, HoldersOfOneNameThatDoNotStandInOneSiteAreTwo) {
   Machine machine;
   machine.directory = forest_of_one_holder("Hub", "DC1");
@@ -367,8 +364,8 @@ TEST_F(Availability, AControllerOfTheSiteThatCannotBeBoundIsCountedOnly) {
   Machine machine;
   machine.located[1].answers = false;
   machine.located[2].flags = R"("GOOD_TIMESERV")";
-  machine.commands.push_back({"w32tm /monitor /computers:DC1.corp.example,*DC3.corp.example",
-                              {"    NTP: +1.50s offset"}});
+  machine.commands.push_back(
+      {"w32tm /monitor /computers:DC1.corp.example,*DC3.corp.example", {"    NTP: +1.50s offset"}});
   record(machine);
   Shown shown;
   shown.controllers_bound = 1;

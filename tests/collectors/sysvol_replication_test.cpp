@@ -65,7 +65,8 @@ void write(const std::string& path, const std::string& text) {
   ASSERT_NE(INVALID_HANDLE_VALUE, opened) << path;
   const UniqueHandle file{opened};
   DWORD written = 0;
-  ASSERT_TRUE(WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr));
+  ASSERT_TRUE(
+      WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr));
 }
 
 // The first test of a process begins with virtual time.
@@ -160,8 +161,10 @@ TEST_F(Sysvol, TestKeepsItsTimes) {
   at(1300000);
   using Moments = std::vector<std::int64_t>;
   EXPECT_EQ((Moments{0}), moments_of("Temp. File Name: " + path_on("DC1", kStamp)));
-  EXPECT_EQ((Moments{15000, 630000, 1245000}), moments_of("ntfrsutl Command: " + forcing_of("DC2")));
-  EXPECT_EQ((Moments{15000, 630000, 1245000}), moments_of("ntfrsutl Command: " + forcing_of("DC3")));
+  EXPECT_EQ((Moments{15000, 630000, 1245000}),
+            moments_of("ntfrsutl Command: " + forcing_of("DC2")));
+  EXPECT_EQ((Moments{15000, 630000, 1245000}),
+            moments_of("ntfrsutl Command: " + forcing_of("DC3")));
   EXPECT_EQ((Moments{135000}),
             moments_of("File Name on replication partner: " + path_on("DC3", kStamp)));
   // The pause is the interval less the verification: gap and run times come on top.

@@ -121,9 +121,8 @@ class Relation : public TrustTopologyTable,
 
 TEST_P(Relation, FollowsFromTheAttributes) {
   record(trusted("partner.example", 0, 2, GetParam().first));
-  EXPECT_EQ(
-      row({"PARTNER.EXAMPLE", "CORP.EXAMPLE", "DISABLED", "UPLEVEL", GetParam().second}),
-      sample().at(0));
+  EXPECT_EQ(row({"PARTNER.EXAMPLE", "CORP.EXAMPLE", "DISABLED", "UPLEVEL", GetParam().second}),
+            sample().at(0));
 }
 // 32 with 8: the bit of the forest wins.
 INSTANTIATE_TEST_SUITE_P(Attributes, Relation,
@@ -163,8 +162,7 @@ TEST_F(TrustTopologyTable, TakesItsHostFromTheNodesNameUpToTheColon) {
   EXPECT_EQ(1u, trace_.count("tempHostName:DC1"));
   // The node's name is asked for at every collection.
   name_node("DC1:other:NT");
-  EXPECT_EQ(row({"PARTNER.EXAMPLE", "CORP.EXAMPLE", "DISABLED"}, "DC1:other:NT"),
-            sample().at(0));
+  EXPECT_EQ(row({"PARTNER.EXAMPLE", "CORP.EXAMPLE", "DISABLED"}, "DC1:other:NT"), sample().at(0));
   EXPECT_EQ(1u, trace_.count("DetermineLocalHost : szHostName:DC1:other:NT"));
   EXPECT_EQ(2u, trace_.count("tempHostName:DC1"));
 }

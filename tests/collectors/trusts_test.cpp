@@ -68,7 +68,9 @@ class Trusts : public Sampling {
            padded(shown.added, 16) + padded(shown.dropped, 16) + padded(local_domain, 64) +
            padded("DC1.corp.example", 64);
   }
-  static Shown dropped(const std::string& name) { return {name, "", "", "", "None", "FALSE", "TRUE"}; }
+  static Shown dropped(const std::string& name) {
+    return {name, "", "", "", "None", "FALSE", "TRUE"};
+  }
   static Shown with_flag(Shown shown) {
     shown.added = "TRUE";
     return shown;
@@ -88,9 +90,8 @@ TEST_F(Trusts, GiveARowForEachTrustByteForByte) {
   ASSERT_EQ(2u, rows.size());
   EXPECT_EQ(552u, rows[0].size());
   EXPECT_EQ(row(1, {"PARTNER", "partner.example"}, ""), rows[0]);
-  EXPECT_EQ(
-      row(2, {"LEGACY", "NOT_AVAILABLE", "INBOUND_TRUST", "DOWNLEVEL", "NOT_AVAILABLE"}, ""),
-      rows[1]);
+  EXPECT_EQ(row(2, {"LEGACY", "NOT_AVAILABLE", "INBOUND_TRUST", "DOWNLEVEL", "NOT_AVAILABLE"}, ""),
+            rows[1]);
 }
 
 TEST_F(Trusts, OfTheFirstCollectionShowNoLocalDomainAndOfLaterOnesThatOfTheOneBefore) {
@@ -100,14 +101,17 @@ TEST_F(Trusts, OfTheFirstCollectionShowNoLocalDomainAndOfLaterOnesThatOfTheOneBe
 }
 
 TEST_F(Trusts, OfAllTypesHaveTheirTexts) {
-  record({{"A", "", kOutbound, 1}, {"B", "", kOutbound, 2}, {"C", "", kOutbound, 3},
-          {"D", "", kOutbound, 4}, {"E", "", kOutbound, 0}});
+  record({{"A", "", kOutbound, 1},
+          {"B", "", kOutbound, 2},
+          {"C", "", kOutbound, 3},
+          {"D", "", kOutbound, 4},
+          {"E", "", kOutbound, 0}});
   std::vector<std::string> types;
   for (const std::string& one : sample()) types.push_back(one.substr(216 + 144, 16));
-  EXPECT_EQ((std::vector<std::string>{padded("DOWNLEVEL", 16), padded("UPLEVEL", 16),
-                                      padded("MIT", 16), padded("UNKNOWN", 16),
-                                      padded("UNKNOWN", 16)}),
-            types);
+  EXPECT_EQ(
+      (std::vector<std::string>{padded("DOWNLEVEL", 16), padded("UPLEVEL", 16), padded("MIT", 16),
+                                padded("UNKNOWN", 16), padded("UNKNOWN", 16)}),
+      types);
 }
 
 TEST_F(Trusts, OfAllDirectionsHaveTheirTexts) {
@@ -119,10 +123,9 @@ TEST_F(Trusts, OfAllDirectionsHaveTheirTexts) {
           {"F", "", std::string(R"("TREE_ROOT", )") + kBoth}});
   std::vector<std::string> directions;
   for (const std::string& one : sample()) directions.push_back(one.substr(216 + 128, 16));
-  EXPECT_EQ((std::vector<std::string>{
-                padded("INBOUND_TRUST", 16), padded("OUTBOUND_TRUST", 16),
-                padded("TWO_WAY_TRUST", 16), padded("TWO_WAY_TRUST", 16),
-                padded("TWO_WAY_TRUST", 16), padded("DISABLED", 16)}),
+  EXPECT_EQ((std::vector<std::string>{padded("INBOUND_TRUST", 16), padded("OUTBOUND_TRUST", 16),
+                                      padded("TWO_WAY_TRUST", 16), padded("TWO_WAY_TRUST", 16),
+                                      padded("TWO_WAY_TRUST", 16), padded("DISABLED", 16)}),
             directions);
 }
 
@@ -162,8 +165,7 @@ TEST_F(Trusts, WhoseVerificationSaysTheWordInCapitalsOnlyAreASuccess) {
 }
 
 TEST_F(Trusts, WhoseCommandSaysNothingShowTheStatusOfTheTrustBefore) {
-  record({{"FIRST"}, {"PARTNER"}, {"OTHER"}},
-         {{"netdom * /DOMAIN:PARTNER", {"failed"}}});
+  record({{"FIRST"}, {"PARTNER"}, {"OTHER"}}, {{"netdom * /DOMAIN:PARTNER", {"failed"}}});
   const auto rows = sample();
   ASSERT_EQ(3u, rows.size());
   EXPECT_EQ("", status(rows[0]));
@@ -315,7 +317,8 @@ class CachedTrusts : public Trusts {
     Trusts::TearDown();
   }
   void start() {
-    thread_ = UniqueHandle{_beginthreadex(nullptr, 0, &collectandCacheTRSData, nullptr, 0, nullptr)};
+    thread_ =
+        UniqueHandle{_beginthreadex(nullptr, 0, &collectandCacheTRSData, nullptr, 0, nullptr)};
   }
 
   UniqueHandle thread_;
@@ -363,8 +366,10 @@ TEST_F(CachedTrusts, OfASampleThatMeetsAnOlderListAreKeptUpToTheLaterCount) {
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(sampling.get(), 60000));
   }
   ASSERT_EQ(3u, met.size());
-  EXPECT_EQ(1u, trace_.count("Trust beyond the last count of 1 is not kept for the next sample: <B>"));
-  EXPECT_EQ(1u, trace_.count("Trust beyond the last count of 1 is not kept for the next sample: <C>"));
+  EXPECT_EQ(1u,
+            trace_.count("Trust beyond the last count of 1 is not kept for the next sample: <B>"));
+  EXPECT_EQ(1u,
+            trace_.count("Trust beyond the last count of 1 is not kept for the next sample: <C>"));
   Sleep(1000);  // the collection goes on
   const auto rows = sample();
   ASSERT_EQ(1u, rows.size());

@@ -1,0 +1,1 @@
+rem Nothing is mapped at logon here.
