@@ -2,130 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-
-#include "agent/agent_thread.h"
-#include "collectors/background.h"
 #include "collectors/caches.h"
 #include "collectors/sysvol_test_files.h"
-#include "include/platform/files.h"
-#include "include/platform/threads.h"
-#include "include/settings.h"
-#include "include/unique_handle.h"
-#include "tests/collectors/recorded_commands.h"
-#include "tests/directory/forest.h"
+#include "tests/collectors/sysvol_machine.h"
 
 namespace {
 
-using namespace testing_support;
-using directory_test::kConfiguration;
-using directory_test::settings_dn;
-
-constexpr const char* kLocator =
-    R"({"forest": "corp.example", "controllers": [{"name": "DC1.corp.example", "site": "Hub"}]})";
-
-std::string replication_json(const std::vector<std::string>& sources) {
-  std::string text;
-  for (const std::string& source : sources) {
-    text += std::string(text.empty() ? "" : ",") + R"({"naming_context": ")" + kConfiguration +
-            R"(", "source_dsa": ")" + source + R"("})";
-  }
-  return R"({"servers": {"DC1": {"neighbours": [)" + text + "]}}}";
-}
-
-std::string forcing_of(const std::string& partner) {
-  return "ntfrsutl.exe forcerepl " + partner +
-         ".corp.example /r \"Domain System Volume (SYSVOL share)\" /p DC1.corp.example";
-}
-const std::vector<Command> kCommands = {{forcing_of("DC2"), {"LocalComputerName = DC1", "done"}},
-                                        {forcing_of("DC3"), {"done"}}};
-
-// DC1 with its partners DC2 and DC3, each with a share.
-MoreFiles files(const std::vector<std::string>& partners = {settings_dn("Hub", "DC2"),
-                                                            settings_dn("Branch", "DC3")},
-                const std::vector<std::string>& shares = {"DC1", "DC2", "DC3"}) {
-  MoreFiles all = {{"locator.json", kLocator},
-                   {"replication.json", replication_json(partners)},
-                   {"commands.json", commands_json(kCommands)}};
-  for (const std::string& server : shares) {
-    all["shares/" + server + "/SYSVOL/corp.example/scripts/logon.cmd"] = "rem";
-  }
-  return all;
-}
-
-std::string path_on(const std::string& server, const std::string& stamp) {
-  return "\\\\" + server + ".corp.example\\SYSVOL\\corp.example\\" + stamp + "_DC1.txt";
-}
-bool exists(const std::string& path) {
-  return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-void write(const std::string& path, const std::string& text) {
-  const HANDLE opened = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-  ASSERT_NE(INVALID_HANDLE_VALUE, opened) << path;
-  const UniqueHandle file{opened};
-  DWORD written = 0;
-  ASSERT_TRUE(
-      WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr));
-}
-
-// The first test of a process begins with virtual time.
-constexpr const char* kStamp = "2011_01_02_03_04_05_000";
-
-class Sysvol : public Sampling {
- protected:
-  static constexpr int kMinute_ms = 60000;
-
-  explicit Sysvol(const MoreFiles& more = files()) : Sampling(directory_test::forest(), more) {
-    g_sysvolTestInterval = 10 * kMinute_ms;
-    g_sysvolVerificationInterval = 2 * kMinute_ms;
-    g_fileCreationGap = 15000;
-    g_forceReplication = 1;
-    hTerminateEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
-  }
-  void TearDown() override {
-    close_now(hTerminateEvent.exchange(nullptr));
-    if (g_sysvolThreadHandle == nullptr) return;
-    TerminateThread(g_sysvolThreadHandle, 0);
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(g_sysvolThreadHandle, INFINITE));
-    close_now(g_sysvolThreadHandle.exchange(nullptr));
-  }
-
-  static void start() {
-    g_sysvolThreadHandle = reinterpret_cast<HANDLE>(
-        _beginthreadex(nullptr, 0, &CollectAndCacheSPRLData, nullptr, 0, nullptr));
-  }
-  // To that moment of virtual time.
-  void at(std::int64_t moment_ms) {
-    ASSERT_GE(moment_ms, time_->elapsed_ms());
-    Sleep(static_cast<DWORD>(moment_ms - time_->elapsed_ms()));
-  }
-  static std::vector<std::string> sample() { return xaf::DirectSampler("DCWSYSRPL").sample(); }
-  // When the trace says that, in virtual time.
-  std::vector<std::int64_t> moments_of(const std::string& text) const {
-    std::vector<std::int64_t> moments;
-    for (const trc::Line& line : trace_.lines()) {
-      if (line.text == text) moments.push_back(line.time_ms - 1293937445000);
-    }
-    return moments;
-  }
-  static std::string row(const std::string& partner, std::int32_t arrived,
-                         const std::string& sampled, const std::string& started,
-                         const std::string& verified) {
-    return padded("NODE1", 64) + sampled + padded(partner, 64) + number(arrived) + started +
-           verified;
-  }
-  static std::int32_t arrived(const std::string& row) {
-    std::int32_t value;
-    std::memcpy(&value, row.data() + 144, sizeof value);
-    return value;
-  }
-  void expect_no_file_of(const std::string& stamp) const {
-    for (const char* server : {"DC1", "DC2", "DC3"}) {
-      EXPECT_FALSE(exists(path_on(server, stamp))) << server;
-    }
-  }
-};
+using namespace sysvol_test;
 
 TEST_F(Sysvol, TestGivesARowForEachPartnerByteForByte) {
   start();
@@ -262,7 +145,7 @@ TEST_F(Sysvol, TestWithoutForcingRunsNoCommandAndStillTellsItsStart) {
   platform::faults::reset_counts();
   start();
   at(200000);
-  EXPECT_EQ(0u, times_reached("_popen"));
+  EXPECT_EQ(0u, testing_support::times_reached("_popen"));
   EXPECT_FALSE(trace_.contains("WaitForSingleObject Returned error"));
   for (const std::string& one : sample()) EXPECT_EQ("1110102030420000", one.substr(148, 16));
 }
@@ -400,136 +283,6 @@ TEST_F(SysvolWithoutAShare, TestFindsNothingThereAndGoesOn) {
   EXPECT_EQ(1u, trace_.count("DeleteFile failed: 53, \nFile Name: " + path_on("DC3", kStamp)));
 }
 
-// The stop in each phase of a test: the thread ends, and no file is left anywhere.
-class SysvolStop : public Sysvol, public ::testing::WithParamInterface<int> {};
-
-TEST_P(SysvolStop, LeavesNoFileBehind) {
-  start();
-  at(1);
-  write(path_on("DC2", kStamp), kStamp);
-  write(path_on("DC3", kStamp), kStamp);
-  at(GetParam());
-  StopService();
-  EXPECT_EQ(GetParam(), time_->elapsed_ms());
-  EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(g_sysvolThreadHandle, 1000));
-  expect_no_file_of(kStamp);
-  EXPECT_FALSE(trace_.contains("Terminate Thread failed"));
-  // Nothing more happens.
-  at(1000000);
-  EXPECT_FALSE(exists(path_on("DC1", "2011_01_02_03_14_20_000")));
-}
-INSTANTIATE_TEST_SUITE_P(Phases, SysvolStop,
-                         ::testing::Values(2,        // in the gap, just begun
-                                           14999,    // and at its end
-                                           15001,    // between forcing and verification
-                                           134999,   // and at its end
-                                           135001,   // in the pause
-                                           614999),  // and at its end
-                         [](const auto& moment) { return "At" + std::to_string(moment.param); });
-
-TEST_F(Sysvol, StopOfALaterTestLeavesNoFileBehind) {
-  start();
-  at(620000);
-  ASSERT_TRUE(exists(path_on("DC1", "2011_01_02_03_14_20_000")));
-  StopService();
-  expect_no_file_of("2011_01_02_03_14_20_000");
-}
-
-TEST_F(Sysvol, StopWhileATestWaitsToForceLeavesNoFileBehind) {
-  start();
-  at(10000);
-  ASSERT_TRUE(ResetEvent(g_sysvolClearEvent));
-  const UniqueHandle holder{_beginthreadex(
-      nullptr, 0,
-      [](void*) -> unsigned {
-        Sleep(6500);
-        SetEvent(g_sysvolClearEvent);
-        return 0;
-      },
-      nullptr, 0, nullptr)};
-  at(15500);
-  StopService();
-  EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(g_sysvolThreadHandle, 60000));
-  expect_no_file_of(kStamp);
-  EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(holder.get(), INFINITE));
-}
-
-TEST_F(Sysvol, StopBeforeAnyTestHasNothingToDelete) {
-  ClearData();
-  EXPECT_EQ(1u, trace_.count("Event is not initilized"));
-}
-
-TEST_F(Sysvol, DeletionGivesUpWhileTheFilesAreBusy) {
-  start();
-  at(1);
-  ASSERT_TRUE(ResetEvent(g_sysvolClearEvent));
-  ClearData();
-  EXPECT_EQ(5001, time_->elapsed_ms());
-  EXPECT_EQ(1u, trace_.count("ClearData Timeout..No file has been created."));
-  EXPECT_TRUE(exists(path_on("DC1", kStamp)));
-  ASSERT_TRUE(SetEvent(g_sysvolClearEvent));
-}
-
-TEST_F(Sysvol, DeletionGivesUpWhenTheLockCannotBeTaken) {
-  start();
-  at(1);
-  platform::faults::fail("ResetEvent", 1);
-  ClearData();
-  EXPECT_TRUE(trace_.contains("Lock clear lock failed: "));
-  EXPECT_TRUE(exists(path_on("DC1", kStamp)));
-}
-
-TEST_F(Sysvol, DeletionGoesOnBehindAFileThatCannotBeDeleted) {
-  start();
-  at(1);
-  write(path_on("DC3", kStamp), kStamp);
-  ClearData();
-  EXPECT_EQ(1u, trace_.count("DeleteFile failed: 2, \nFile Name: " + path_on("DC2", kStamp)));
-  expect_no_file_of(kStamp);
-}
-
-TEST_F(Sysvol, DeletionTellsALockThatCannotBeGivenUp) {
-  start();
-  at(1);
-  platform::faults::fail("SetEvent", 1);
-  ClearData();
-  EXPECT_TRUE(trace_.contains("Release cache lock failed: "));
-  ASSERT_TRUE(SetEvent(g_sysvolClearEvent));
-}
-
-TEST_F(Sysvol, FileContentIsReadOverSeveralBlocks) {
-  const std::string text(2500, 'x');
-  write(path_on("DC2", "long"), text);
-  std::string content = "before ";
-  EXPECT_EQ(0u, GetFileContent(path_on("DC2", "long"), content));
-  EXPECT_EQ("before " + text, content);
-}
-
-TEST_F(Sysvol, FileContentOfABlockEndsAtAZero) {
-  std::string text(1500, 'x');
-  text[10] = '\0';
-  write(path_on("DC2", "zero"), text);
-  std::string content;
-  EXPECT_EQ(0u, GetFileContent(path_on("DC2", "zero"), content));
-  EXPECT_EQ(std::string(10 + 476, 'x'), content);
-}
-
-TEST_F(Sysvol, FileContentThatCannotBeReadIsTheError) {
-  write(path_on("DC2", "there"), "text");
-  std::string content;
-  EXPECT_EQ(2u, GetFileContent(path_on("DC2", "missing"), content));
-  platform::faults::fail("ReadFile", 1, 21);
-  EXPECT_EQ(21u, GetFileContent(path_on("DC2", "there"), content));
-  EXPECT_EQ("", content);
-  EXPECT_EQ(1u, trace_.count("ReadFile failed: 21"));
-}
-
-TEST_F(Sysvol, StampIsCutAtItsBuffer) {
-  char stamp[8] = "xxxxxxx";
-  DWAGetCurrentTime(stamp);
-  EXPECT_STREQ("2011_01", stamp);
-}
-
 // One whole test with each platform call failing once; then a right one.
 TEST_F(Sysvol, TestSurvivesEachPlatformCallFailingOnce) {
   const auto test_and_sample = [] {
@@ -549,7 +302,7 @@ TEST_F(Sysvol, TestSurvivesEachPlatformCallFailingOnce) {
   const auto reached = platform::faults::reached();
   for (const char* call : {"CreateFileA", "WriteFile", "ReadFile", "DeleteFileA", "_access",
                            "_popen", "_pclose", "SetEvent", "ResetEvent"}) {
-    EXPECT_NE(0u, times_reached(call)) << call;
+    EXPECT_NE(0u, testing_support::times_reached(call)) << call;
   }
   for (const auto& [call, times] : reached) {
     for (std::uint32_t nth = 1; nth <= times; ++nth) {
