@@ -16,6 +16,7 @@ void Variant::destroy_array() {
 }
 
 bool Children::next(Variant& child) {
+  if (enumerator_ == nullptr) return false;
   ULONG fetched = 0;
   return ADsEnumerateNext(enumerator_, 1, child.target(), &fetched) == S_OK && fetched != 0;
 }

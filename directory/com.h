@@ -38,16 +38,25 @@ class Reference {
   Interface* pointer_ = nullptr;
 };
 
-// A directory string made from narrow text; null for text that is empty.
+// A directory string: made from narrow text, null for text that is empty, or received from a call.
 class DirectoryString {
  public:
+  DirectoryString() = default;
   explicit DirectoryString(std::string_view narrow);
-  ~DirectoryString() { SysFreeString(text_); }
+  ~DirectoryString() { release(); }
   DirectoryString(const DirectoryString&) = delete;
   DirectoryString& operator=(const DirectoryString&) = delete;
   BSTR get() const { return text_; }
 
+  // Where a call puts the string that it hands out; lets go of the one held.
+  BSTR* target() {
+    release();
+    return &text_;
+  }
+
  private:
+  void release() { SysFreeString(std::exchange(text_, nullptr)); }
+
   BSTR text_ = nullptr;
 };
 
@@ -82,15 +91,21 @@ class Variant {
 class Children {
  public:
   Children() = default;
-  ~Children() {
-    if (enumerator_ != nullptr) ADsFreeEnumerator(enumerator_);
-  }
+  ~Children() { release(); }
   Children(const Children&) = delete;
   Children& operator=(const Children&) = delete;
 
-  HRESULT build(IADsContainer* container) { return ADsBuildEnumerator(container, &enumerator_); }
-  // False at the end, and also after a failure: a walk does not tell the two apart.
+  // Lets go of the enumerator held, also when none can be built.
+  HRESULT build(IADsContainer* container) {
+    release();
+    return ADsBuildEnumerator(container, &enumerator_);
+  }
+  // False at the end, and also after a failure or with no enumerator: a walk does not tell these
+  // apart.
   bool next(Variant& child);
+  void release() {
+    if (enumerator_ != nullptr) ADsFreeEnumerator(std::exchange(enumerator_, nullptr));
+  }
 
  private:
   IEnumVARIANT* enumerator_ = nullptr;

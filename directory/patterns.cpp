@@ -26,6 +26,37 @@ bool read_text(IADs* object, std::string_view attribute, std::string& text) {
   return true;
 }
 
+int bind_or_trace(const trace::Scope& trace, const wchar_t* path, Reference<IADs>& object) {
+  HRESULT result = bind_object(path, object);
+  if (SUCCEEDED(result) && !object) result = E_NOINTERFACE;
+  if (SUCCEEDED(result)) return 0;
+  trace.error()("ADsGetObject Failed. Error number: %x\n", unsigned(result));
+  return ADSI_OBJECT_ERR;
+}
+
+int read_or_trace(const trace::Scope& trace, IADs* object, std::string_view attribute,
+                  std::string& text) {
+  Variant value;
+  const HRESULT result = read(object, attribute, value);
+  if (FAILED(result)) {
+    trace.error()("pObj->Get Failed. Error number: %x\n", unsigned(result));
+    return ADSI_OBJECT_ERR;
+  }
+  text = text_of(value);
+  return 0;
+}
+
+int parent_or_trace(const trace::Scope& trace, IADs* object, std::string& path) {
+  DirectoryString parent;
+  const HRESULT result = object->get_Parent(parent.target());
+  if (FAILED(result)) {
+    trace.error()("pObj->Get Failed. Error number: %x\n", unsigned(result));
+    return ADSI_OBJECT_ERR;
+  }
+  path = parent.get() == nullptr ? std::string() : narrowed(parent.get());
+  return 0;
+}
+
 Opened open_children(const wchar_t* path, Children& children) {
   Reference<IADsContainer> container;
   HRESULT result = bind_container(path, container);

@@ -1,6 +1,7 @@
 #pragma once
 // The ways in which every question to the directory is asked, each written once: bind and read, the
-// walk over a container's children, the walk over an attribute's values, and the text of a time.
+// step to an object's parent, the walk over a container's children, the walk over an attribute's
+// values, and the text of a time. What is particular to sites and their servers stands in sites.h.
 // The trace scope is the asking operation's, so that messages carry its name. All may be called
 // from any thread of the process's apartment; nothing is kept between calls.
 
@@ -26,6 +27,13 @@ HRESULT read(IADs* object, std::string_view attribute, Variant& value);
 // The same into text; false, with nothing changed, when the attribute cannot be read.
 bool read_text(IADs* object, std::string_view attribute, std::string& text);
 
+// The same with the usual message at error level. 0 or ADSI_OBJECT_ERR.
+int bind_or_trace(const trace::Scope& trace, const wchar_t* path, Reference<IADs>& object);
+int read_or_trace(const trace::Scope& trace, IADs* object, std::string_view attribute,
+                  std::string& text);
+// The full path of the object's parent, as a path to bind.
+int parent_or_trace(const trace::Scope& trace, IADs* object, std::string& path);
+
 // What kept a container from being opened.
 enum class OpenFailure { kNone, kBind, kEnumerator };
 struct Opened {
@@ -38,10 +46,11 @@ Opened open_children(const wchar_t* path, Children& children);
 int report_open_failure(const trace::Scope& trace, const Opened& opened);
 
 struct Walk {
-  int yield_every = 10;              // children between two pauses of a millisecond
+  int yield_every = 10;              // children between two pauses of a millisecond; 0 for none
   bool yields_always = false;        // whatever g_sleepWhileIterating says
   const char* yield_text = nullptr;  // traced at error level at each pause
   bool traces_failed_child = true;   // the innermost walk does, an outer one goes on silently
+  bool* failed_child = nullptr;      // set when a child could not be turned into an object
 };
 
 // Calls each(IADs*) for every child that can be turned into an object; a call that gives false ends
@@ -51,7 +60,8 @@ template <typename Each>
 int walk_children(const trace::Scope& trace, Children& children, const Walk& walk, Each&& each) {
   Variant child;
   for (int count = 1; children.next(child); ++count) {
-    if ((walk.yields_always || g_sleepWhileIterating != 0) && count % walk.yield_every == 0) {
+    if (walk.yield_every != 0 && (walk.yields_always || g_sleepWhileIterating != 0) &&
+        count % walk.yield_every == 0) {
       if (walk.yield_text != nullptr) trace.error()("%s", walk.yield_text);
       Sleep(1);
     }
@@ -61,6 +71,7 @@ int walk_children(const trace::Scope& trace, Children& children, const Walk& wal
       if (walk.traces_failed_child) {
         trace.error()("ADsEnumerateNext Failed. Error number: %x\n", unsigned(result));
       }
+      if (walk.failed_child != nullptr) *walk.failed_child = true;
       continue;
     }
     if constexpr (std::is_same_v<decltype(each(object.get())), bool>) {
@@ -95,8 +106,9 @@ HRESULT element(const Variant& values, LONG index, Variant& value);
 bool bounds(const trace::Scope& trace, const Variant& values, const ArrayMessages& messages,
             LONG& lower, LONG& upper);
 
-// Calls each(const Variant&) for every value of the array held, which is destroyed afterwards. 0,
-// or ADSI_OBJECT_ERR at the first value that cannot be read.
+// Calls each(const Variant&) for every value of the array held, which is destroyed afterwards; a
+// call that gives false ends the walk. 0, or ADSI_OBJECT_ERR at the first value that cannot be
+// read.
 template <typename Each>
 int walk_values(const trace::Scope& trace, Variant& values, const ArrayMessages& messages,
                 Each&& each) {
@@ -110,6 +122,8 @@ int walk_values(const trace::Scope& trace, Variant& values, const ArrayMessages&
     if (FAILED(result)) {
       trace.error()(messages.element, unsigned(result));
       outcome = ADSI_OBJECT_ERR;
+    } else if constexpr (std::is_same_v<decltype(each(value)), bool>) {
+      if (!each(value)) break;
     } else {
       each(value);
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "include/platform/text.h"
+#include "tables/ckutil.h"
 
 namespace directory {
 
@@ -40,6 +41,10 @@ void copy_out(const trace::Scope& trace, std::span<char> target, std::string_vie
   }
   std::copy_n(text.data(), length, target.data());
   std::fill(target.begin() + static_cast<std::ptrdiff_t>(length), target.end(), '\0');
+}
+
+void upper_case(std::string& text) {
+  CKUtil::upper(text.data(), static_cast<std::int32_t>(text.size()));
 }
 
 void format_path(const trace::Scope& trace, std::span<wchar_t> target, std::wstring_view form,

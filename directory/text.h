@@ -45,6 +45,9 @@ class AdsPath {
   std::array<wchar_t, kSize> text_{};
 };
 
+// Upper-cases up to the text's end, in place.
+void upper_case(std::string& text);
+
 // Null text reads as empty.
 inline std::string_view view(const char* text) { return text == nullptr ? "" : text; }
 

@@ -29,6 +29,7 @@ constexpr const wchar_t* kUsers = L"LDAP://CN=Users,DC=corp,DC=example";
 class Walks : public ::testing::Test {
  protected:
   explicit Walks(int children = 25) : recording_(forest_with_children(children)) {
+    g_sleepWhileIterating = 1;
     trc::set_flags(1 | 128);
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);
   }
