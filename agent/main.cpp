@@ -99,13 +99,24 @@ void create_shutdown_event(const trace::Scope& trace) {
   trace.always()("Main: Shutdown event [%s] created", kShutdownEvent);
 }
 
-// Builds the counter collectors beside the rest of start-up; nobody waits for it here.
+// Builds the counter collectors beside the rest of start-up. Waits only until that thread holds
+// g_collectLock, so that no thread started later can be ahead of it there.
 void start_allocation(const trace::Scope& trace) {
   g_allocateGlobalsEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
   if (g_allocateGlobalsEvent == nullptr) {
     trace.always()("Main: AllocateGlobals event creation failed");
   }
-  close_now(start_thread(trace, &allocateGlobals, "Main: AllocateGlobal() Thread failed ").handle);
+  const UniqueHandle has_lock{CreateEventA(nullptr, TRUE, FALSE, nullptr)};
+  g_allocationHasLock = has_lock.get();
+  const UniqueHandle thread{
+      start_thread(trace, &allocateGlobals, "Main: AllocateGlobal() Thread failed ").handle};
+  if (thread) {
+    // The thread's own end is as good: it never comes without the lock's having been held. Without
+    // the event there is only that to wait for, which is the slower way.
+    const HANDLE either[] = {thread.get(), has_lock.get()};
+    WaitForMultipleObjects(has_lock ? 2 : 1, either, FALSE, INFINITE);
+  }
+  g_allocationHasLock = nullptr;
 }
 
 // The order of reading settings and starting threads is what each thread relies on: its own

@@ -54,5 +54,5 @@ void sources(benchmark::State& state) {
 
 }  // namespace
 
-BENCHMARK(catalogs)->Name("walk_catalogs")->Arg(100)->Arg(1000);
-BENCHMARK(sources)->Name("walk_sources")->Arg(100)->Arg(1000);
+BENCHMARK(catalogs)->Name("growth/servers, catalogs of the forest")->Arg(100)->Arg(1000);
+BENCHMARK(sources)->Name("growth/servers, replication sources")->Arg(100)->Arg(1000);

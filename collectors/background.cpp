@@ -1,61 +1,40 @@
 #include "collectors/background.h"
 
+#include "collectors/cache.h"
 #include "include/platform/threads.h"
 #include "include/settings.h"
 #include "include/trace.h"
 
 namespace {
 
-// The collections themselves are not built yet: each leaves one line in the trace and nothing else.
-void collect_nothing(const trace::Scope& trace, const char* table) {
-  trace.always()("No collector is built for table %s yet.", table);
-}
-
-// Every cache thread's life: one collection at a time in the whole process, then the pause, which
-// comes after the lock is given up.
-unsigned run_cache_thread(trace::Scope& trace, const char* table) {
-  while (hTerminateEvent != nullptr) {
-    SYS1_GetLock(&g_collectLock);
-    collect_nothing(trace, table);
-    SYS1_ReleaseLock(&g_collectLock);
-    Sleep(static_cast<DWORD>(g_cacheInterval.load()));
-  }
-  return trace.returns(0u);
+// A collection that is not built yet leaves one line in the trace and nothing else.
+template <const auto& kTable>
+void collect_nothing() {
+  DCW_TRACE("CollectData");
+  trace.always()("No collector is built for table %s yet.", kTable.name);
 }
 
 }  // namespace
 
-#define DCW_CACHE_THREAD(entry, table)     \
-  unsigned entry(void* /*argument*/) {     \
-    DCW_TRACE(#entry);                     \
-    return run_cache_thread(trace, table); \
+#define DCW_CACHE_THREAD(entry, collect)                  \
+  unsigned entry(void* /*argument*/) {                    \
+    DCW_TRACE(#entry);                                    \
+    return collectors::run_cache_thread(trace, &collect); \
   }
-DCW_CACHE_THREAD(collectandCacheDCAData, "DCWNTDSDCA")
-DCW_CACHE_THREAD(collectandCacheDNSAdData, "DCWNTDSDAI")
-DCW_CACHE_THREAD(collectandCacheDRAData, "DCWNTDSDRA")
-DCW_CACHE_THREAD(collectandCacheDCPData, "DCWNTDSDCP")
-DCW_CACHE_THREAD(collectandCacheRLTData, "DCWNTDSRLT")
-DCW_CACHE_THREAD(collectandCacheRPLData, "DCWNTDSRPL")
-DCW_CACHE_THREAD(collectandCacheTRSData, "DCWNTDSTRS")
-DCW_CACHE_THREAD(collectandCacheTTPData, "DCWNTDSTTP")
+DCW_CACHE_THREAD(collectandCacheDCAData, collect_nothing<tables::DCWNTDSDCA>)
+DCW_CACHE_THREAD(collectandCacheDNSAdData, collectors::CollectData<tables::DCWNTDSDAI>)
+DCW_CACHE_THREAD(collectandCacheDRAData, collect_nothing<tables::DCWNTDSDRA>)
+DCW_CACHE_THREAD(collectandCacheDCPData, collect_nothing<tables::DCWNTDSDCP>)
+DCW_CACHE_THREAD(collectandCacheRLTData, collect_nothing<tables::DCWNTDSRLT>)
+DCW_CACHE_THREAD(collectandCacheRPLData, collect_nothing<tables::DCWNTDSRPL>)
+DCW_CACHE_THREAD(collectandCacheTRSData, collect_nothing<tables::DCWNTDSTRS>)
+DCW_CACHE_THREAD(collectandCacheTTPData, collect_nothing<tables::DCWNTDSTTP>)
 #undef DCW_CACHE_THREAD
-
-unsigned collectNumberOfObjectsInDomain(void* /*argument*/) {
-  DCW_TRACE("collectNumberOfObjectsInDomain");
-  while (hTerminateEvent != nullptr) {
-    SYS1_GetLock(&g_collectLock);
-    // The count is not built yet.
-    trace.always()("No count of the domain's objects is built yet.");
-    SYS1_ReleaseLock(&g_collectLock);
-    Sleep(static_cast<DWORD>(g_numberOfObjectsInterval.load()));
-  }
-  return trace.returns(0u);
-}
 
 unsigned CollectAndCacheSPRLData(void* /*argument*/) {
   DCW_TRACE("CollectAndCacheSPRLData");
   while (hTerminateEvent != nullptr) {
-    collect_nothing(trace, "DCWSYSRPL");
+    collect_nothing<tables::DCWSYSRPL>();
     Sleep(static_cast<DWORD>(g_sysvolTestInterval - g_sysvolVerificationInterval));
   }
   return trace.returns(0u);

@@ -1,10 +1,14 @@
 #pragma once
 // What the tables that ask the directory within the sample itself have in common: the timer, the
-// head of the row and the short host name. One on the stack of a TakeSample.
+// head of the row, the names of this server and the numbering of rows. One on the stack of a
+// TakeSample.
 
+#include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "include/platform/sockets.h"
+#include "include/trace.h"
 #include "tables/ckutil.h"
 #include "tables/origin_node.h"
 #include "tables/row.h"
@@ -41,6 +45,28 @@ class OnDemandSample {
   TimerRecord timer_;
   char host_name_[64] = {};
 };
+
+// What the tables keep that number their samples and rows; one a table, static, without a lock: the
+// framework never runs two samples of one table at once.
+class Numbering {
+ public:
+  // Writes the numbers of a sample that begins. All its rows carry the same row number, which the
+  // rows of the samples before have counted up: deliberately so, the receiving side knows it.
+  template <typename Row>
+  void begin(Row& row) {
+    row.template set<"SAMPLENO">(static_cast<std::int32_t>(++samples_));
+    row.template set<"ROWNO">(static_cast<std::int32_t>(next_row_));
+  }
+  void count_row() { ++next_row_; }
+
+ private:
+  std::uint32_t samples_ = 0;
+  std::uint32_t next_row_ = 1;
+};
+
+// The distinguished name of this server's domain. False, traced, when the server's full name cannot
+// be had: such a sample ends there.
+bool find_domain(const trace::Scope& trace, std::span<char> ldapDomain);
 
 // A record's fixed field into a column of the same width, zeros and all.
 template <tables::Name kColumn, typename Row, std::size_t kSize>

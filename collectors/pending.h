@@ -10,22 +10,11 @@
 #define DCW_FOR_EACH_PENDING_TABLE(X) \
   X(dcwntdsdra, DCWNTDSDRA)           \
   X(dcwntdsrpl, DCWNTDSRPL)           \
-  X(dcwntdsdhc, DCWNTDSDHC)           \
-  X(dcwntdsdns, DCWNTDSDNS)           \
-  X(dcwntdsdai, DCWNTDSDAI)           \
-  X(dcwntdsfrs, DCWNTDSFRS)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
-  X(dcwntdssvc, DCWNTDSSVC)           \
-  X(dcwntdsgpo, DCWNTDSGPO)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsrlt, DCWNTDSRLT)           \
-  X(dcwntdslfo, DCWNTDSLFO)           \
-  X(dcwntdsdfs, DCWNTDSDFS)           \
-  X(dcwntdsfrt, DCWNTDSFRT)           \
   X(dcwntdsttp, DCWNTDSTTP)           \
-  X(dcwntdslda, DCWNTDSLDA)           \
-  X(dcwntdsdad, DCWNTDSDAD)           \
   X(dcwsysrpl, DCWSYSRPL)
 
 // Whether the table of that upper-case name has no collector yet.

@@ -14,16 +14,47 @@ std::int32_t truncated(double value) {
   return static_cast<std::int32_t>(value);
 }
 
+namespace {
+
+bool is_shown(Shown shown) {
+  switch (shown) {
+    case Shown::kAlways:
+      return true;
+    case Shown::kOnMajorSix:
+      return g_osMajorVersion == 6;
+    case Shown::kSinceMajorSix:
+      return g_osMajorVersion >= 6;
+    case Shown::kBeforeFiveTwo:
+      return g_osMajorVersion < 6 && g_osMinorVersion < 2;
+    case Shown::kNever:
+      return false;
+  }
+  return false;
+}
+
+}  // namespace
+
 void project(std::span<const Placed> columns, const double* values, std::int32_t count, char* row) {
   const std::size_t available = values == nullptr ? 0 : static_cast<std::size_t>(count);
-  const bool major_six = g_osMajorVersion == 6;
   for (const Placed& column : columns) {
     std::int32_t shown = kNotOnThisVersion;
-    if (column.shown == Shown::kAlways || (column.shown == Shown::kOnMajorSix && major_six)) {
-      shown = column.index < available ? truncated(values[column.index]) : 0;
+    if (is_shown(column.shown)) {
+      shown = column.index < available ? truncated(values[column.index] / column.divisor) : 0;
     }
     std::memcpy(row + column.offset, &shown, sizeof shown);
   }
+}
+
+void set_all(std::span<const Placed> columns, std::int32_t value, char* row) {
+  for (const Placed& column : columns) std::memcpy(row + column.offset, &value, sizeof value);
+}
+
+std::int32_t difference(std::int32_t a, std::int32_t b) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
+}
+
+std::int32_t sum(std::int32_t a, std::int32_t b) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
 
 void wait_for_collectors() { WaitForSingleObject(g_allocateGlobalsEvent.load(), INFINITE); }

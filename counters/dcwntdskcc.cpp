@@ -3,6 +3,8 @@
 #include <array>
 
 #include "counters/counter_table.h"
+#include "directory/dsf_utils.h"
+#include "include/platform/sockets.h"
 #include "include/trace.h"
 
 namespace {
@@ -16,11 +18,12 @@ constexpr auto kColumns = counters::place<tables::DCWNTDSKCC>(kProjections);
 
 counters::SampleState sample_state;
 
-// Whether the checker of this host is enabled. The directory decides that; the operation that asks
-// it is not part of the program yet, and until it is, this is the answer that also stands when the
-// directory cannot be asked.
+// Whether the checker of this host is enabled; so it is also when the directory cannot be asked.
 bool kcc_enabled() {
+  char host[64] = {};
+  gethostname(host, int{sizeof host});
   unsigned char flag = 1;
+  DSFUtils::IsKCCEnabled(host, flag);
   return flag != 0;
 }
 
@@ -33,5 +36,5 @@ void add_checker_state(tables::Row<tables::DCWNTDSKCC>& row) {
 template <>
 void dcw_dcwntdskcc_agent::TakeSample() {
   DCW_TRACE("TakeSample");
-  counters::sample_counters(*this, sample_state, g_KCC, kColumns, add_checker_state);
+  counters::sample_counters(*this, sample_state, g_KCC, kColumns, {.columns = add_checker_state});
 }

@@ -3,9 +3,10 @@
 #include <cstddef>
 #include <iterator>
 #include <new>
+#include <type_traits>
 
+#include "counters/collector_in_use.h"
 #include "counters/localise.h"
-#include "include/platform/system.h"
 #include "include/settings.h"
 #include "include/trace.h"
 #include "include/trc.h"
@@ -29,8 +30,6 @@ std::atomic<ADPDH_instances*> g_DFSV{nullptr};
 std::atomic<ADPDH_instances*> g_DFRF{nullptr};
 
 namespace {
-
-constexpr LANGID kUnitedStatesEnglish = 1033;
 
 template <typename Object, typename... Arguments>
 void build(std::atomic<Object*>& global, Arguments... arguments) {
@@ -74,9 +73,9 @@ struct InstanceGlobal {
   const char* object;
 };
 constexpr InstanceGlobal kInstanceGlobals[] = {
-    {"g_DFRC", &g_DFRC, kDfsConnectionCollector, "DFS Replication Connections"},
-    {"g_DFSV", &g_DFSV, kDfsVolumeCollector, "DFS Replication Service Volumes"},
-    {"g_DFRF", &g_DFRF, kDfsFolderCollector, "DFS Replicated Folders"},
+    {"g_DFRC", &g_DFRC, kDfsConnectionCollector, counters::kDfsConnections},
+    {"g_DFSV", &g_DFSV, kDfsVolumeCollector, counters::kDfsVolumes},
+    {"g_DFRF", &g_DFRF, kDfsFolderCollector, counters::kDfsFolders},
 };
 
 template <typename Object>
@@ -86,7 +85,12 @@ void destroy(const trace::Scope& trace, const char* name, std::atomic<Object*>& 
   Object* object = global.exchange(nullptr);
   if (object == nullptr) return;
   trace.always()("%s: <%p>", name, static_cast<void*>(object));
-  delete object;
+  if constexpr (std::is_same_v<Object, ADPDH>) {
+    // A cached collection may be using it still.
+    destroy_when_unused(object);
+  } else {
+    delete object;
+  }
 }
 
 }  // namespace
@@ -94,9 +98,9 @@ void destroy(const trace::Scope& trace, const char* name, std::atomic<Object*>& 
 unsigned __stdcall allocateGlobals(void*) {
   DCW_TRACE("allocateGlobals");
   SYS1_GetLock(&g_collectLock);
+  if (const HANDLE waited_for = g_allocationHasLock; waited_for != nullptr) SetEvent(waited_for);
   ResetEvent(g_allocateGlobalsEvent);
-  // No other language counts as English: another English has the same names, found the long way.
-  if (GetSystemDefaultLangID() == kUnitedStatesEnglish) {
+  if (has_default_english()) {
     trace.always()("\n\nUsing Default English Version.");
   } else {
     convertToLocalizedLanguage();

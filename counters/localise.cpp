@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <limits>
 #include <map>
 #include <memory>
 #include <new>
@@ -14,6 +15,7 @@
 #include "counters/lists.h"
 #include "include/platform/counters.h"
 #include "include/platform/registry.h"
+#include "include/platform/system.h"
 #include "include/trace.h"
 
 using counters::CounterList;
@@ -22,8 +24,11 @@ using counters::kCounterLists;
 
 namespace {
 
+// Of a name that the lists hold.
+constexpr std::int32_t kNotYetFound = -1;
+
 struct Wanted {
-  std::int32_t index = 0;  // 0: not yet found
+  std::int32_t index = kNotYetFound;
   std::optional<std::string> translation;
 };
 using WantedNames = std::map<std::string, Wanted, std::less<>>;
@@ -66,16 +71,24 @@ std::string_view take(std::string_view& table) {
   return text;
 }
 
+// As the system's own tools read it: decimal, or hexadecimal and octal with their prefixes; what
+// does not fit ends at the limits of 32 bits, and what is no number is 0.
+std::int32_t index_of(std::string_view text) {
+  const long index = std::strtol(std::string(text).c_str(), nullptr, 0);
+  return static_cast<std::int32_t>(std::clamp<long>(index, std::numeric_limits<std::int32_t>::min(),
+                                                    std::numeric_limits<std::int32_t>::max()));
+}
+
 void look_up(WantedNames& wanted, std::string_view table) {
   while (true) {
     const std::string_view index_text = take(table);
     if (index_text.empty()) return;
     const std::string_view name = take(table);
     const auto found = wanted.find(name);
-    if (found == wanted.end()) continue;
+    // A name that once had the index 0 is taken for one that no list holds.
+    if (found == wanted.end() || found->second.index == 0) continue;
     // A name that the table holds twice: the last one counts.
-    found->second.index =
-        static_cast<std::int32_t>(std::strtol(std::string(index_text).c_str(), nullptr, 0));
+    found->second.index = index_of(index_text);
     found->second.translation = GetNameByIndex(found->second.index);
   }
 }
@@ -106,6 +119,11 @@ void rewrite(const CounterList& list, const WantedNames& wanted) {
 }
 
 }  // namespace
+
+bool has_default_english() {
+  constexpr LANGID kUnitedStatesEnglish = 1033;
+  return GetSystemDefaultLangID() == kUnitedStatesEnglish;
+}
 
 void convertToLocalizedLanguage() {
   DCW_TRACE("convertToLocalizedLanguage");

@@ -14,8 +14,12 @@
 #include <vector>
 
 #include "directory/result_codes.h"
+#include "directory/srv_comparison.h"
 #include "include/container_info.h"
+#include "include/forest_topology_info.h"
+#include "include/gpo_info.h"
 #include "include/root_dse_info.h"
+#include "include/trust_topology_node.h"
 
 class DNSUtils {
  public:
@@ -115,4 +119,38 @@ class DNSUtils {
   // appended before left in place.
   static int GetAllCNTList(const std::vector<std::string>& contexts,
                            std::vector<ContainerInfo>& records, std::int32_t count);
+
+  // Appends the group policy objects of the domain with that distinguished name. ADSI_ENUM_END,
+  // ADSI_OBJECT_ERR or ADSI_ENUM_ERR.
+  static int GetAllGPOList(const char* domain, std::vector<GPOInfo>& records);
+
+  // Appends the domain controllers of the forest, site by site. 0; -1 when the sites, or
+  // ADSI_OBJECT_ERR when another object cannot be had; ADSI_ENUM_ERR. What was appended before a
+  // failure stays.
+  static int GetForestTopologyInfo(const char* server, std::vector<ForestTopologyInfo>& records);
+
+  // Whether the object at that whole ADSI path can be seen. 0, also when it cannot; -1 for a null
+  // path, with the flag left alone.
+  static int IsOptionalFeatureEnabled(const char* path, std::uint8_t& enabled);
+
+  // The domain's locked users and the domain's objects, counted in one paged query that takes
+  // seconds to minutes. 0 or -1. Throws directory::AutomationError when the query layer fails
+  // before the first record: such a failure is the caller's to handle.
+  static int GetNumberOfUsersLocked(std::int32_t& count);
+  static int GetNumberOfObjectsInDomain(std::int32_t& count);
+
+  // Compares the servers that the directory gave with the SRV records that DNS has under the first
+  // name, or under the second where DNS does not know the first. Differences are appended to rows,
+  // or added to the summary, whose columns the caller has zeroed; the other of the two is not
+  // used and may be null. Always 0: a query that fails shows every server as missing from DNS.
+  static int CompareSRV(SRVDifferences* rows, SRVSummary* summary, const char* primaryName,
+                        const char* fallbackName, const std::vector<std::string>& directoryNames,
+                        SRVCompareMode mode, SRVRecordType recordType);
+
+  // ---- trusts -------------------------------------------------------------------------------
+
+  // Appends the trusts of the forest as the side library DWATrust.dll computes them, less those
+  // that come again the other way round. 0, also when the library cannot be used; or the status of
+  // a domain that cannot be bound, with nothing appended.
+  static int GetTrustTopologyInfo(std::vector<TrustTopologyNode>& nodes, const char* domainName);
 };

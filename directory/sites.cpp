@@ -74,7 +74,7 @@ OpenedSite open_site(const trace::Scope& trace, const ForestWalk& how, std::stri
   const Opened opened = open_children(path.wide(), servers);
   if (opened.failure == OpenFailure::kNone) return {true, false, 0};
   const bool unbound = opened.failure == OpenFailure::kBind;
-  if (how.names_the_site) {
+  if (how.names_the_site && (unbound || !how.names_only_unbound)) {
     trace.error()("%s Failed for Site: %s. Error number: %x\n",
                   unbound ? "ADsGetObject" : "ADsBuildEnumerator", std::string(site).c_str(),
                   unsigned(opened.result));

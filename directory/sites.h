@@ -39,7 +39,8 @@ struct ForestWalk {
   bool skips_what_is_no_site = false;    // "Inter-Site Transports" and "Subnets"
   bool ends_at_unbound_servers = false;  // with -1; else the walk goes on with the next site
   bool ends_without_enumerator = true;   // with ADSI_ENUM_ERR; else notes it and goes on
-  bool names_the_site = false;           // in the messages of servers that cannot be opened
+  bool names_the_site = false;           // in the messages of servers that cannot be opened ...
+  bool names_only_unbound = false;       // ... but not in that of a missing enumerator
   bool traces_failed_server = true;
   int yield_every = 10;
   // Sites to leave out besides; traces what it has to say.

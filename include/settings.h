@@ -32,6 +32,10 @@ extern std::atomic<std::int32_t> g_osMinorVersion;
 extern std::atomic<HANDLE> hTerminateEvent;
 // Signalled when the counter collectors exist.
 extern std::atomic<HANDLE> g_allocateGlobalsEvent;
+// Signalled when the thread that builds them holds g_collectLock; null when nobody waits for that.
+// Main starts no thread that takes the lock before: nothing but the lock keeps the first cached
+// collection behind the counter collectors that it reads.
+extern std::atomic<HANDLE> g_allocationHasLock;
 
 // Serialises the expensive jobs: building the collectors, each cached collection, the object count.
 extern SYS1_Lock g_collectLock;

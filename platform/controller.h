@@ -1,8 +1,8 @@
 #pragma once
 // A controller answers what only a domain controller has: its directory, its counters, its
-// registry, what kind of machine it is. A recorded one answers from a folder of standard files, a
-// live one from the network. Plain portable C++: nothing here or behind it may use the threads,
-// events and files of the platform layer.
+// registry, its services, what kind of machine it is. A recorded one answers from a folder of
+// standard files, a live one from the network. Plain portable C++: nothing here or behind it may
+// use the threads, events and files of the platform layer.
 //
 // All operations may be called from any thread. A part that a controller lacks is a null pointer,
 // and the platform call above it then answers as a machine without that part does.
@@ -29,6 +29,8 @@ inline constexpr DirectoryResult kDirectoryTimeout = static_cast<DirectoryResult
 inline constexpr DirectoryResult kDirectoryOperations = static_cast<DirectoryResult>(0x80072020);
 inline constexpr DirectoryResult kDirectoryReferral = static_cast<DirectoryResult>(0x8007202B);
 inline constexpr DirectoryResult kDirectoryNoDomain = static_cast<DirectoryResult>(0x8007054B);
+inline constexpr DirectoryResult kDirectoryExists = static_cast<DirectoryResult>(0x80071392);
+inline constexpr DirectoryResult kDirectoryNotLeaf = static_cast<DirectoryResult>(0x80072015);
 inline constexpr DirectoryResult kDirectoryAccess = static_cast<DirectoryResult>(0x80070005);
 
 struct Attribute {
@@ -65,6 +67,83 @@ class Directory {
   virtual DirectoryResult search(std::string_view server, std::string_view base, SearchScope scope,
                                  std::string_view filter, const std::vector<std::string>& names,
                                  std::unique_ptr<EntryCursor>& cursor) = 0;
+  // Writes. What a directory fills in itself (the name, the times) is left to it.
+  virtual DirectoryResult add(std::string_view server, const Entry& entry) = 0;
+  // Each attribute has exactly these values from now on; with no values it goes.
+  virtual DirectoryResult modify(std::string_view server, std::string_view dn,
+                                 const std::vector<Attribute>& attributes) = 0;
+  virtual DirectoryResult remove(std::string_view server, std::string_view dn) = 0;
+};
+
+// Error numbers of files and shares are the system's own (0 is success, 2 no such file).
+using FileError = std::uint32_t;
+inline constexpr FileError kFileNotFound = 2;
+inline constexpr FileError kFilePathNotFound = 3;
+inline constexpr FileError kFileAccess = 5;
+inline constexpr FileError kFileNoServer = 53;
+inline constexpr FileError kFileNoShare = 67;
+inline constexpr FileError kFileExists = 80;
+
+// A file that is open; it closes when it goes. One thread at a time.
+class OpenFile {
+ public:
+  virtual ~OpenFile() = default;
+  // Reads on from where the last call ended; count 0 is the end.
+  virtual FileError read(void* buffer, std::size_t size, std::size_t& count) = 0;
+  virtual FileError write(const void* buffer, std::size_t size, std::size_t& count) = 0;
+};
+
+// A path on another machine, as in \\server\share\folder\file. Letter case does not count.
+struct SharePath {
+  std::string server;
+  std::string share;
+  std::string path;  // with slashes, none in front; empty for the share itself
+};
+
+// The file shares of the machines around the controller, its own among them.
+class Shares {
+ public:
+  virtual ~Shares() = default;
+  struct How {
+    bool read = false;
+    bool write = false;
+    bool must_exist = true;  // else it is created
+    bool must_be_new = false;
+    bool truncates = false;
+  };
+  virtual FileError open(const SharePath& path, const How& how, std::unique_ptr<OpenFile>& file,
+                         bool& existed) = 0;
+  virtual FileError remove(const SharePath& path) = 0;
+  virtual FileError look(const SharePath& path, bool& is_folder) = 0;
+};
+
+// Status codes are those of the system's DNS calls (0 is success).
+using DnsStatus = std::int32_t;
+inline constexpr DnsStatus kDnsTimeout = 1460;
+inline constexpr DnsStatus kDnsServerFailure = 9002;
+inline constexpr DnsStatus kDnsNoSuchName = 9003;
+inline constexpr DnsStatus kDnsRefused = 9005;
+inline constexpr DnsStatus kDnsNoRecords = 9501;
+inline constexpr DnsStatus kDnsBadPacket = 9502;
+
+struct DnsRecord {
+  std::string name;  // without a dot at its end, as all names here
+  std::uint16_t type = 0;
+  std::uint32_t ttl_s = 0;
+  bool is_answer = true;  // else it came along
+  std::string target;     // of SRV, CNAME, NS and PTR
+  std::uint16_t priority = 0;
+  std::uint16_t weight = 0;
+  std::uint16_t port = 0;
+  std::string address;  // of A and AAAA: 4 or 16 bytes
+};
+
+class DnsSource {
+ public:
+  virtual ~DnsSource() = default;
+  // 0 and at least one record, or what went wrong.
+  virtual DnsStatus query(std::string_view name, std::uint16_t type,
+                          std::vector<DnsRecord>& records) = 0;
 };
 
 // Status codes are PDH's (0 is success).
@@ -122,6 +201,52 @@ class RegistryHive {
   virtual std::vector<RegistryValue> values(std::string_view path) = 0;
 };
 
+// One service as the service manager tells it; the numbers are those of the Windows service
+// manager. Texts are UTF-8 without zero characters.
+struct ServiceState {
+  std::uint32_t type = 0x10;
+  std::uint32_t state = 1;
+  std::uint32_t controls_accepted = 0;
+  std::uint32_t exit_code = 0;
+  std::uint32_t specific_exit_code = 0;
+  std::uint32_t check_point = 0;
+  std::uint32_t wait_hint_ms = 0;
+  std::uint32_t process_id = 0;
+};
+struct ServiceListing {
+  std::string name;
+  std::string display_name;
+  ServiceState state;
+};
+struct ServiceSetup {
+  std::uint32_t type = 0x10;
+  std::uint32_t start_type = 3;
+  std::uint32_t error_control = 1;
+  std::uint32_t tag = 0;
+  std::string program;  // with its arguments
+  std::string load_order_group;
+  std::vector<std::string> dependencies;
+  std::string account;
+  std::string display_name;
+};
+
+// Error codes are those of the Windows calls (0 is success).
+using ServiceError = std::uint32_t;
+
+class ServiceManager {
+ public:
+  virtual ~ServiceManager() = default;
+  // 0, or why no service manager answers now.
+  virtual ServiceError connect() = 0;
+  // All services of all types and states, in the manager's order.
+  virtual ServiceError list(std::vector<ServiceListing>& services) = 0;
+  // name: a key name, letter case aside where the manager does not heed it. open: 0, or why the
+  // service cannot be asked about.
+  virtual ServiceError open(std::string_view name) = 0;
+  virtual ServiceError state(std::string_view name, ServiceState& state) = 0;
+  virtual ServiceError setup(std::string_view name, ServiceSetup& setup) = 0;
+};
+
 struct MachineFacts {
   std::string host_name;   // short, for instance "DC1"
   std::string dns_suffix;  // for instance "corp.example"; may be empty
@@ -131,6 +256,10 @@ struct MachineFacts {
   std::uint16_t language = 1033;
 };
 
+// platform/directory_services/services.h and platform/commands/command_source.h
+class DirectoryServices;
+class CommandSource;
+
 class Controller {
  public:
   virtual ~Controller() = default;
@@ -139,6 +268,12 @@ class Controller {
   virtual Directory* directory() = 0;
   virtual CounterSource* counters() = 0;
   virtual RegistryHive* registry() = 0;
+  virtual ServiceManager* services() { return nullptr; }
+  virtual Shares* shares() { return nullptr; }
+  virtual DnsSource* dns() { return nullptr; }
+  virtual DirectoryServices* directory_services() { return nullptr; }
+  // Null leaves the system's commands to the programs of this machine.
+  virtual CommandSource* commands() { return nullptr; }
 };
 
 // Milliseconds since 1970 in universal time, given by whoever owns the clock; recordings use it to

@@ -1,5 +1,5 @@
 #pragma once
-// Helpers that put values into the fields of rows, render the agent's times, and three small
+// Helpers that put values into the fields of rows, render the agent's times, and a few small
 // services that collectors and table agents share. A text field of a row has a fixed width, is
 // padded with blanks and has no zero end.
 //
@@ -46,6 +46,10 @@ class CKUtil {
   static void blanksTrails(std::int32_t length, std::int32_t size, char* field);
 
   // Names.
+  // The host's full name, "dc1" to "dc1.corp.example": at most size characters, zeros behind a
+  // shorter one, and no zero end for one of that size or more. 0; 1 when the name cannot be looked
+  // up, with the reason in WSAGetLastError, or when it has no full name.
+  static std::int32_t getCanonicalHostname(const char* host, char* canonical, std::int32_t size);
   // "DOMAIN\host" to "host"; the target is 64 characters, zeroed behind the name. Always true.
   static bool trimHostname(const char* source, char* target);
   // "Site1\rest" to "Site1"; the target is as large as the source. Always true.
@@ -64,9 +68,22 @@ class CKUtil {
   // 1 on the NT platform, else 0; on a platform unknown to it the build number is left unwritten.
   static std::int32_t GetOSVersionInfo(std::int32_t* version, std::int32_t* major,
                                        std::int32_t* minor, std::int32_t* build);
+  // True only when the local machine's service of that key name is in the running state.
+  static bool IsServiceRunning(const char* name);
   // Writes the system's text for a status of the counter library to the trace.
   static void DisplayPDHError(std::int32_t status);
   // Rounded percentage in 32-bit arithmetic that wraps; 0 for a total of 0. Nothing is limited:
   // results above 100 and below 0 pass through.
   static std::int32_t calculatePdhPercent(std::int32_t value, std::int32_t total);
+
+  // Names of counters. 1 is success, 0 a failure, which the trace tells. Each text begins with the
+  // prefix, is cut at 4095 characters and stays good until the thread's next call of either; at
+  // most 128 of them are made.
+  // The local names of count indexes, up to the first that has none.
+  static std::int32_t PerfIndexToName(const char* prefix, std::int32_t count,
+                                      const std::uint32_t* indexes, const char** names);
+  // The names of the program's string resource of that number, "(name , name , name )": at most
+  // count, leaving out those with the word INSTANCE. What is left of the array stays as it is.
+  static std::int32_t parseCounterList(std::uint32_t resource, const char* prefix,
+                                       std::int32_t count, const char** names);
 };

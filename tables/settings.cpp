@@ -14,6 +14,7 @@ std::atomic<std::int32_t> g_osMajorVersion{0};
 std::atomic<std::int32_t> g_osMinorVersion{0};
 std::atomic<HANDLE> hTerminateEvent{nullptr};
 std::atomic<HANDLE> g_allocateGlobalsEvent{nullptr};
+std::atomic<HANDLE> g_allocationHasLock{nullptr};
 SYS1_Lock g_collectLock;
 std::atomic<HANDLE> g_sysvolClearEvent{nullptr};
 std::atomic<HANDLE> g_sysvolThreadHandle{nullptr};

@@ -2,7 +2,7 @@
 #   cmake -DFOLDER=recordings/default -DOUTPUT=embedded_recording.cpp -P tools/embed_recording.cmake
 # The same folder gives the same file, byte for byte.
 
-file(GLOB names RELATIVE ${FOLDER} ${FOLDER}/*)
+file(GLOB_RECURSE names RELATIVE ${FOLDER} ${FOLDER}/*)
 list(SORT names)
 string(REPEAT "[0-9a-f]" 96 row)
 

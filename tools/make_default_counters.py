@@ -142,8 +142,10 @@ Staging Files Generated with Error | Staging Files Regenerated | Threads exited 
 Threads started | Unjoins | Usn Reads | Usn Records Examined | Usn Records Rejected
 """)
 
+# A system names the measures of the database's cache in one of two forms, never in both: this is the
+# one of version 6.1 and later. The other is Cache Size, Cache % Hit, Cache Page Faults/sec and Cache
+# Page Fault Stalls/sec.
 DATABASE = names("""
-Cache Size | Cache % Hit | Cache Page Faults/sec | Cache Page Fault Stalls/sec |
 File Operations/sec | File Bytes Written/sec | File Bytes Read/sec | Log Record Stalls/sec |
 Log Threads Waiting | Table Open Cache % Hit | Table Open Cache Hits/sec |
 Table Open Cache Misses/sec | Database Cache Size | Database Cache % Hit |
@@ -319,7 +321,8 @@ def quoted(text):
     return '"' + text.replace('"', '""') + '"'
 
 
-def main():
+def text():
+    """The whole file."""
     wanted = columns()
     header = [f"(PDH-CSV 4.0) {ZONE}"]
     for object_name, instance, counter in wanted:
@@ -335,7 +338,11 @@ def main():
             cells.append(" " if row == 0 and is_rate(counter) else f"{column[row]:g}"
                          if isinstance(column[row], float) else str(column[row]))
         lines.append(",".join(quoted(cell) for cell in cells))
-    sys.stdout.write("".join(line + "\r\n" for line in lines))
+    return "".join(line + "\r\n" for line in lines)
+
+
+def main():
+    sys.stdout.write(text())
 
 
 if __name__ == "__main__":

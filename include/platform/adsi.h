@@ -226,13 +226,59 @@ struct IADsContainer : public IDispatch {
   ~IADsContainer() = default;
 };
 
+// ---- searches -----------------------------------------------------------------------------------
+
+enum ADSTYPE {
+  ADSTYPE_INVALID = 0,
+  ADSTYPE_DN_STRING = 1,
+  ADSTYPE_CASE_EXACT_STRING = 2,
+  ADSTYPE_CASE_IGNORE_STRING = 3,
+  ADSTYPE_BOOLEAN = 6,
+  ADSTYPE_INTEGER = 7,
+  ADSTYPE_OCTET_STRING = 8,
+  ADSTYPE_UTC_TIME = 9,
+  ADSTYPE_LARGE_INTEGER = 10
+};
+
+struct ADS_OCTET_STRING {
+  DWORD dwLength;
+  LPBYTE lpValue;
+};
+
+// One value of a column. The member in force follows from the type; all texts share one place.
+struct ADSVALUE {
+  ADSTYPE dwType;
+  union {
+    LPWSTR DNString;
+    LPWSTR CaseExactString;
+    LPWSTR CaseIgnoreString;
+    DWORD Boolean;
+    DWORD Integer;
+    ADS_OCTET_STRING OctetString;
+    SYSTEMTIME UTCTime;
+    LARGE_INTEGER LargeInteger;
+  };
+};
+using PADSVALUE = ADSVALUE*;
+
+// Given back with FreeColumn, values and all.
+struct ADS_SEARCH_COLUMN {
+  LPWSTR pszAttrName;
+  ADSTYPE dwADsType;
+  PADSVALUE pADsValues;
+  DWORD dwNumValues;
+  HANDLE hReserved;
+};
+using PADS_SEARCH_COLUMN = ADS_SEARCH_COLUMN*;
+
 using ADS_SEARCH_HANDLE = HANDLE;
 using PADS_SEARCH_HANDLE = HANDLE*;
 struct ads_searchpref_info;
 using PADS_SEARCHPREF_INFO = ads_searchpref_info*;
-struct ads_search_column;
-using PADS_SEARCH_COLUMN = ads_search_column*;
 
+// Without preferences a search walks the whole subtree of its object. Rows are read forward only:
+// GetNextRow steps onto the first row, too, and gives S_ADS_NOMORE_ROWS behind the last. GetColumn
+// gives E_ADS_COLUMN_NOT_SET for an attribute that the row lacks.
 struct IDirectorySearch : public IUnknown {
   virtual HRESULT WINAPI SetSearchPreference(PADS_SEARCHPREF_INFO preferences, DWORD count) = 0;
   virtual HRESULT WINAPI ExecuteSearch(LPWSTR filter, LPWSTR* names, DWORD count,
@@ -272,6 +318,7 @@ inline constexpr IID IID_IDirectorySearch{
 #define E_ADS_CANT_CONVERT_DATATYPE (static_cast<HRESULT>(0x8000500C))
 #define E_ADS_PROPERTY_NOT_FOUND (static_cast<HRESULT>(0x8000500D))
 #define E_ADS_OBJECT_EXISTS (static_cast<HRESULT>(0x8000500E))
+#define E_ADS_COLUMN_NOT_SET (static_cast<HRESULT>(0x80005010))
 #define E_ADS_INVALID_FILTER (static_cast<HRESULT>(0x80005014))
 #define S_ADS_NOMORE_ROWS (static_cast<HRESULT>(0x00005012))
 #define S_ADS_NOMORE_COLUMNS (static_cast<HRESULT>(0x00005013))

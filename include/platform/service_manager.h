@@ -1,5 +1,6 @@
 #pragma once
-// The service protocol: a program that runs as a service, and the control of services.
+// The service protocol of a program that runs as a service, and questions to the service manager:
+// which services there are, how each stands and how it is set up.
 
 #include "platform/base.h"
 #ifdef _WIN32
@@ -18,6 +19,44 @@ struct SERVICE_STATUS {
   DWORD dwWaitHint;
 };
 using LPSERVICE_STATUS = SERVICE_STATUS*;
+
+// A handle to a service manager or to one of its services.
+using SC_HANDLE = struct SC_HANDLE__*;
+
+struct ENUM_SERVICE_STATUSW {
+  LPWSTR lpServiceName;
+  LPWSTR lpDisplayName;
+  SERVICE_STATUS ServiceStatus;
+};
+using LPENUM_SERVICE_STATUSW = ENUM_SERVICE_STATUSW*;
+
+// Its strings stand behind it in the same buffer.
+struct QUERY_SERVICE_CONFIGW {
+  DWORD dwServiceType;
+  DWORD dwStartType;
+  DWORD dwErrorControl;
+  LPWSTR lpBinaryPathName;
+  LPWSTR lpLoadOrderGroup;
+  DWORD dwTagId;
+  LPWSTR lpDependencies;  // each with its zero end, and one more zero behind the last
+  LPWSTR lpServiceStartName;
+  LPWSTR lpDisplayName;
+};
+using LPQUERY_SERVICE_CONFIGW = QUERY_SERVICE_CONFIGW*;
+
+struct SERVICE_STATUS_PROCESS {
+  DWORD dwServiceType;
+  DWORD dwCurrentState;
+  DWORD dwControlsAccepted;
+  DWORD dwWin32ExitCode;
+  DWORD dwServiceSpecificExitCode;
+  DWORD dwCheckPoint;
+  DWORD dwWaitHint;
+  DWORD dwProcessId;
+  DWORD dwServiceFlags;
+};
+
+enum SC_STATUS_TYPE { SC_STATUS_PROCESS_INFO = 0 };
 
 using LPSERVICE_MAIN_FUNCTIONA = void (*)(DWORD argument_count, char** arguments);
 using LPHANDLER_FUNCTION = void (*)(DWORD control);
@@ -61,10 +100,41 @@ struct SERVICE_TABLE_ENTRYA {
 #define SERVICE_INACTIVE 2
 #define SERVICE_STATE_ALL 3
 
+#define SERVICE_ERROR_IGNORE 0
+#define SERVICE_ERROR_NORMAL 1
+#define SERVICE_ERROR_SEVERE 2
+#define SERVICE_ERROR_CRITICAL 3
+
+#define SC_MANAGER_CONNECT 1
+#define SC_MANAGER_ENUMERATE_SERVICE 4
+#define SERVICE_QUERY_CONFIG 1
+#define SERVICE_QUERY_STATUS 4
+
 // Blocks until the service has stopped. False with ERROR_FAILED_SERVICE_CONTROLLER_CONNECT when
 // no service manager started this program.
 BOOL StartServiceCtrlDispatcherA(const SERVICE_TABLE_ENTRYA* table);
 SERVICE_STATUS_HANDLE RegisterServiceCtrlHandlerA(const char* name, LPHANDLER_FUNCTION handler);
 BOOL SetServiceStatus(SERVICE_STATUS_HANDLE service, SERVICE_STATUS* status);
+
+// Null on failure. The machine is null for this one; another one gives RPC_S_SERVER_UNAVAILABLE
+// when no service manager answers there. The database is null.
+SC_HANDLE OpenSCManagerA(const char* machine, const char* database, DWORD access);
+SC_HANDLE OpenSCManagerW(const wchar_t* machine, const wchar_t* database, DWORD access);
+// Null with ERROR_SERVICE_DOES_NOT_EXIST for a name that is not known. Letter case does not count.
+SC_HANDLE OpenServiceA(SC_HANDLE manager, const char* name, DWORD access);
+SC_HANDLE OpenServiceW(SC_HANDLE manager, const wchar_t* name, DWORD access);
+BOOL CloseServiceHandle(SC_HANDLE handle);
+
+// The records that fit into size bytes, from *resume on; ERROR_MORE_DATA when there are more, with
+// the bytes that the rest needs. Strings stand in the same buffer.
+BOOL EnumServicesStatusW(SC_HANDLE manager, DWORD type, DWORD state, ENUM_SERVICE_STATUSW* records,
+                         DWORD size, DWORD* bytes_needed, DWORD* returned, DWORD* resume);
+// ERROR_INSUFFICIENT_BUFFER, with the bytes needed, when the record and its strings do not fit.
+BOOL QueryServiceConfigW(SC_HANDLE service, QUERY_SERVICE_CONFIGW* record, DWORD size,
+                         DWORD* bytes_needed);
+BOOL QueryServiceStatus(SC_HANDLE service, SERVICE_STATUS* status);
+// The level is SC_STATUS_PROCESS_INFO, the buffer a SERVICE_STATUS_PROCESS.
+BOOL QueryServiceStatusEx(SC_HANDLE service, SC_STATUS_TYPE level, BYTE* buffer, DWORD size,
+                          DWORD* bytes_needed);
 
 #endif

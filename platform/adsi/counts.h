@@ -10,5 +10,7 @@ inline accounting::Counter live_interfaces{"interface"};
 inline accounting::Counter live_enumerators{"enumerator"};
 inline accounting::Counter live_strings{"bstr"};
 inline accounting::Counter live_arrays{"safe array"};
+inline accounting::Counter live_searches{"directory search"};
+inline accounting::Counter live_columns{"search column"};
 
 }  // namespace platform

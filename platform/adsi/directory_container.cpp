@@ -49,6 +49,10 @@ HRESULT DirectoryObject::GetObject(BSTR class_name, BSTR relative_name, IDispatc
     return fault->hresult();
   }
   if (object == nullptr || is_empty(relative_name)) return E_ADS_BAD_PARAMETER;
+  return find_child(class_name, relative_name, object);
+}
+
+HRESULT DirectoryObject::find_child(BSTR class_name, BSTR relative_name, IDispatch** object) {
   *object = nullptr;
   DirectoryObject* child = nullptr;
   HRESULT result = bind_object(controller_, child_path(relative_name), true, &child);
@@ -88,7 +92,12 @@ HRESULT DirectoryObject::Delete(BSTR class_name, BSTR relative_name) {
     return fault->hresult();
   }
   if (is_empty(class_name) || is_empty(relative_name)) return E_ADS_BAD_PARAMETER;
-  return kUnwillingToPerform;
+  IDispatch* child = nullptr;
+  // Found first: an object of another class is not the one meant.
+  const HRESULT result = find_child(class_name, relative_name, &child);
+  if (FAILED(result)) return result;
+  child->Release();
+  return controller_->directory()->remove(path_.server, child_path(relative_name).dn);
 }
 
 HRESULT DirectoryObject::CopyHere(BSTR, BSTR, IDispatch** object) {
@@ -100,20 +109,5 @@ HRESULT DirectoryObject::MoveHere(BSTR, BSTR, IDispatch** object) {
   if (object != nullptr) *object = nullptr;
   return kUnwillingToPerform;
 }
-
-HRESULT DirectoryObject::SetSearchPreference(PADS_SEARCHPREF_INFO, DWORD) { return E_NOTIMPL; }
-HRESULT DirectoryObject::ExecuteSearch(LPWSTR, LPWSTR*, DWORD, PADS_SEARCH_HANDLE) {
-  return E_NOTIMPL;
-}
-HRESULT DirectoryObject::AbandonSearch(ADS_SEARCH_HANDLE) { return E_NOTIMPL; }
-HRESULT DirectoryObject::GetFirstRow(ADS_SEARCH_HANDLE) { return E_NOTIMPL; }
-HRESULT DirectoryObject::GetNextRow(ADS_SEARCH_HANDLE) { return E_NOTIMPL; }
-HRESULT DirectoryObject::GetPreviousRow(ADS_SEARCH_HANDLE) { return E_NOTIMPL; }
-HRESULT DirectoryObject::GetNextColumnName(ADS_SEARCH_HANDLE, LPWSTR*) { return E_NOTIMPL; }
-HRESULT DirectoryObject::GetColumn(ADS_SEARCH_HANDLE, LPWSTR, PADS_SEARCH_COLUMN) {
-  return E_NOTIMPL;
-}
-HRESULT DirectoryObject::FreeColumn(PADS_SEARCH_COLUMN) { return E_NOTIMPL; }
-HRESULT DirectoryObject::CloseSearchHandle(ADS_SEARCH_HANDLE) { return E_NOTIMPL; }
 
 }  // namespace platform

@@ -13,8 +13,6 @@
 namespace platform {
 namespace {
 
-constexpr HRESULT kUnwillingToPerform = static_cast<HRESULT>(0x80072035);
-
 // What a machine that belongs to no domain gives.
 HRESULT without_directory(const AdsPath& path) {
   return path.server.empty() ? kDirectoryNoDomain : kDirectoryServerDown;
@@ -72,7 +70,7 @@ DirectoryObject::DirectoryObject(std::shared_ptr<Controller> controller, AdsPath
 void DirectoryObject::mark_as_new(const std::string& class_name) {
   is_new_ = true;
   cache_is_filled_ = true;
-  cache_.stage(ADS_PROPERTY_UPDATE, "objectClass", {class_name});
+  cache_.stage(ADS_PROPERTY_UPDATE, "objectClass", {"top", class_name});
 }
 
 HRESULT DirectoryObject::QueryInterface(REFIID iid, void** object) {
@@ -208,8 +206,18 @@ HRESULT DirectoryObject::GetInfo() {
 
 HRESULT DirectoryObject::SetInfo() {
   if (const auto fault = fault_point("IADs::SetInfo", kDirectoryAccess)) return fault->hresult();
-  // No controller takes changes yet; with nothing staged there is nothing to refuse.
-  return cache_.has_staged() ? kUnwillingToPerform : S_OK;
+  if (!cache_.has_staged()) return S_OK;
+  Directory* directory = controller_->directory();
+  if (directory == nullptr) return without_directory(path_);
+  const std::vector<Attribute> staged = cache_.staged();
+  const HRESULT result = is_new_ ? directory->add(path_.server, {path_.dn, staged})
+                                 : directory->modify(path_.server, path_.dn, staged);
+  // What was refused stays staged: the caller may try again.
+  if (FAILED(result)) return result;
+  cache_.forget_staged();
+  if (is_new_) cache_is_filled_ = false;  // the directory has filled in more
+  is_new_ = false;
+  return S_OK;
 }
 
 HRESULT DirectoryObject::Get(BSTR name, VARIANT* value) {

@@ -70,7 +70,7 @@ class DirectoryObject final : public IADs, public IADsContainer, public IDirecto
   HRESULT WINAPI CopyHere(BSTR source, BSTR new_name, IDispatch** object) override;
   HRESULT WINAPI MoveHere(BSTR source, BSTR new_name, IDispatch** object) override;
 
-  // IDirectorySearch: not served yet; each answers E_NOTIMPL.
+  // IDirectorySearch: the whole subtree, without preferences, forward only.
   HRESULT WINAPI SetSearchPreference(PADS_SEARCHPREF_INFO preferences, DWORD count) override;
   HRESULT WINAPI ExecuteSearch(LPWSTR filter, LPWSTR* names, DWORD count,
                                PADS_SEARCH_HANDLE search) override;
@@ -92,6 +92,8 @@ class DirectoryObject final : public IADs, public IADsContainer, public IDirecto
   // The attribute after an implicit fetch, or the failure.
   HRESULT attribute(BSTR name, const Attribute*& found);
   AdsPath child_path(BSTR relative_name) const;
+  // The child of that name; an empty class takes any.
+  HRESULT find_child(BSTR class_name, BSTR relative_name, IDispatch** object);
 
   const std::shared_ptr<Controller> controller_;
   const AdsPath path_;

@@ -28,7 +28,7 @@ void PropertyCache::merge(const Entry& entry) {
 
 bool PropertyCache::stage(long control, const std::string& name, std::vector<std::string> values) {
   if (control < ADS_PROPERTY_CLEAR || control > ADS_PROPERTY_DELETE) return false;
-  staged_.insert(fold_case(name));
+  staged_.try_emplace(fold_case(name), name);
   if (control == ADS_PROPERTY_CLEAR) {
     std::erase_if(entry_.attributes, [&name](const Attribute& attribute) {
       return equal_without_case(attribute.name, name);
@@ -46,6 +46,15 @@ bool PropertyCache::stage(long control, const std::string& name, std::vector<std
     });
   }
   return true;
+}
+
+std::vector<Attribute> PropertyCache::staged() const {
+  std::vector<Attribute> attributes;
+  for (const auto& [key, name] : staged_) {
+    const Attribute* held = find(name);
+    attributes.push_back({name, held == nullptr ? std::vector<std::string>() : held->values});
+  }
+  return attributes;
 }
 
 }  // namespace platform

@@ -6,10 +6,15 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
+#include <string>
+#include <utility>
 
+#include "platform/control.h"
 #include "platform/kernel/fault_point.h"
 #include "platform/kernel/paths.h"
 #include "platform/kernel/scheduler.h"
+#include "platform/shares/share_path.h"
 
 namespace platform::kernel {
 
@@ -52,12 +57,47 @@ DWORD error_from_errno(int error) {
 
 namespace {
 
+// A file of this machine.
+class LocalFile : public OpenFile {
+ public:
+  explicit LocalFile(int descriptor) : descriptor_(descriptor) {}
+  ~LocalFile() override { close(descriptor_); }
+
+  FileError read(void* buffer, std::size_t size, std::size_t& count) override {
+    return transfer(size, count, [&](std::size_t done) {
+      return ::read(descriptor_, static_cast<char*>(buffer) + done, size - done);
+    });
+  }
+  FileError write(const void* buffer, std::size_t size, std::size_t& count) override {
+    return transfer(size, count, [&](std::size_t done) {
+      return ::write(descriptor_, static_cast<const char*>(buffer) + done, size - done);
+    });
+  }
+
+ private:
+  // Goes on until all is moved or the file's end is reached.
+  template <typename Step>
+  static FileError transfer(std::size_t size, std::size_t& count, Step&& step) {
+    count = 0;
+    while (count < size) {
+      const ssize_t moved = step(count);
+      if (moved == 0) break;
+      if (moved < 0 && errno == EINTR) continue;
+      if (moved < 0) return errno == EBADF ? ERROR_ACCESS_DENIED : error_from_errno(errno);
+      count += static_cast<std::size_t>(moved);
+    }
+    return ERROR_SUCCESS;
+  }
+
+  const int descriptor_;
+};
+
 struct File : Object {
-  explicit File(int its_descriptor) : Object(Kind::kFile), descriptor(its_descriptor) {
+  explicit File(std::unique_ptr<OpenFile> its_file)
+      : Object(Kind::kFile), file(std::move(its_file)) {
     signalled = true;  // as a file without asynchronous work is
   }
-  ~File() override { close(descriptor); }
-  const int descriptor;
+  const std::unique_ptr<OpenFile> file;
 };
 
 // A missing folder on the way is another error than a missing file.
@@ -91,6 +131,53 @@ int open_flags(DWORD access, DWORD disposition) {
   }
 }
 
+// Opens a file of this machine.
+FileError open_local(const char* path, int flags, std::unique_ptr<OpenFile>& file, bool& existed) {
+  const std::string native = native_path(path);
+  if (native.empty()) return ERROR_PATH_NOT_FOUND;
+  struct stat before {};
+  existed = stat(native.c_str(), &before) == 0;
+  if (existed && S_ISDIR(before.st_mode)) return ERROR_ACCESS_DENIED;
+  const int descriptor = open(native.c_str(), flags, 0644);
+  if (descriptor < 0) return open_error(native, errno);
+  file = std::make_unique<LocalFile>(descriptor);
+  return ERROR_SUCCESS;
+}
+
+// Opens a file of another machine, with the same flags.
+FileError open_remote(const SharePath& path, int flags, std::unique_ptr<OpenFile>& file,
+                      bool& existed) {
+  const auto holder = controller();
+  Shares* shares = holder->shares();
+  if (shares == nullptr) return ERROR_BAD_NETPATH;
+  Shares::How how;
+  how.read = (flags & O_ACCMODE) != O_WRONLY;
+  how.write = (flags & O_ACCMODE) != O_RDONLY;
+  how.must_exist = (flags & O_CREAT) == 0;
+  how.must_be_new = (flags & O_EXCL) != 0;
+  how.truncates = (flags & O_TRUNC) != 0;
+  return shares->open(path, how, file, existed);
+}
+
+// What stands at a path: 0 and whether it is a folder, and whether it may be written.
+struct PathFacts {
+  bool is_folder = false;
+  bool is_read_only = false;
+};
+FileError look_at(const char* path, PathFacts& facts) {
+  if (const auto remote = parse_share_path(path == nullptr ? "" : path)) {
+    const auto holder = controller();
+    Shares* shares = holder->shares();
+    return shares == nullptr ? ERROR_BAD_NETPATH : shares->look(*remote, facts.is_folder);
+  }
+  const std::string native = native_path(path);
+  struct stat found {};
+  if (stat(native.c_str(), &found) != 0) return open_error(native, errno);
+  facts.is_folder = S_ISDIR(found.st_mode);
+  facts.is_read_only = (found.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+  return ERROR_SUCCESS;
+}
+
 std::shared_ptr<File> find_file(HANDLE handle) {
   Lock lock = lock_scheduler();
   auto file = find_object<File>(handle, Kind::kFile, lock);
@@ -112,26 +199,23 @@ HANDLE CreateFileA(const char* path, DWORD access, DWORD, SECURITY_ATTRIBUTES*, 
     SetLastError(fault->win32());
     return INVALID_HANDLE_VALUE;
   }
-  const std::string native = native_path(path);
   const int flags = platform::kernel::open_flags(access, disposition);
-  if (flags == -1 || native.empty()) {
-    SetLastError(flags == -1 ? ERROR_INVALID_PARAMETER : ERROR_PATH_NOT_FOUND);
+  if (flags == -1) {
+    SetLastError(ERROR_INVALID_PARAMETER);
     return INVALID_HANDLE_VALUE;
   }
-  struct stat before {};
-  const bool existed = stat(native.c_str(), &before) == 0;
-  if (existed && S_ISDIR(before.st_mode)) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return INVALID_HANDLE_VALUE;
-  }
-  const int descriptor = open(native.c_str(), flags, 0644);
-  if (descriptor < 0) {
-    SetLastError(platform::kernel::open_error(native, errno));
+  std::unique_ptr<platform::OpenFile> opened;
+  bool existed = false;
+  const auto remote = platform::parse_share_path(path == nullptr ? "" : path);
+  const DWORD error = remote ? platform::kernel::open_remote(*remote, flags, opened, existed)
+                             : platform::kernel::open_local(path, flags, opened, existed);
+  if (error != ERROR_SUCCESS) {
+    SetLastError(error);
     return INVALID_HANDLE_VALUE;
   }
   const bool may_exist = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
   SetLastError(may_exist && existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
-  auto file = std::make_shared<platform::kernel::File>(descriptor);
+  auto file = std::make_shared<platform::kernel::File>(std::move(opened));
   auto lock = platform::kernel::lock_scheduler();
   return platform::kernel::open_handle(std::move(file), lock);
 }
@@ -144,19 +228,11 @@ BOOL ReadFile(HANDLE handle, void* buffer, DWORD size, DWORD* read_size, OVERLAP
   }
   const auto file = find_file(handle);
   if (file == nullptr) return FALSE;
-  DWORD total = 0;
-  while (total < size) {
-    const auto got = read(file->descriptor, static_cast<char*>(buffer) + total, size - total);
-    if (got == 0) break;
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) {
-      SetLastError(errno == EBADF ? ERROR_ACCESS_DENIED : error_from_errno(errno));
-      return FALSE;
-    }
-    total += static_cast<DWORD>(got);
-  }
-  if (read_size != nullptr) *read_size = total;
-  return TRUE;
+  std::size_t count = 0;
+  const DWORD error = file->file->read(buffer, size, count);
+  if (error == ERROR_SUCCESS && read_size != nullptr) *read_size = static_cast<DWORD>(count);
+  if (error != ERROR_SUCCESS) SetLastError(error);
+  return error == ERROR_SUCCESS;
 }
 
 BOOL WriteFile(HANDLE handle, const void* buffer, DWORD size, DWORD* written, OVERLAPPED*) {
@@ -167,25 +243,24 @@ BOOL WriteFile(HANDLE handle, const void* buffer, DWORD size, DWORD* written, OV
   }
   const auto file = find_file(handle);
   if (file == nullptr) return FALSE;
-  DWORD total = 0;
-  while (total < size) {
-    const auto put =
-        write(file->descriptor, static_cast<const char*>(buffer) + total, size - total);
-    if (put < 0 && errno == EINTR) continue;
-    if (put < 0) {
-      SetLastError(errno == EBADF ? ERROR_ACCESS_DENIED : error_from_errno(errno));
-      return FALSE;
-    }
-    total += static_cast<DWORD>(put);
-    if (written != nullptr) *written = total;
-  }
-  return TRUE;
+  std::size_t count = 0;
+  const DWORD error = file->file->write(buffer, size, count);
+  if (written != nullptr) *written = static_cast<DWORD>(count);
+  if (error != ERROR_SUCCESS) SetLastError(error);
+  return error == ERROR_SUCCESS;
 }
 
 BOOL DeleteFileA(const char* path) {
   if (const auto fault = fault_point("DeleteFileA")) {
     SetLastError(fault->win32());
     return FALSE;
+  }
+  if (const auto remote = platform::parse_share_path(path == nullptr ? "" : path)) {
+    const auto holder = platform::controller();
+    platform::Shares* shares = holder->shares();
+    const DWORD error = shares == nullptr ? ERROR_BAD_NETPATH : shares->remove(*remote);
+    if (error != ERROR_SUCCESS) SetLastError(error);
+    return error == ERROR_SUCCESS;
   }
   const std::string native = native_path(path);
   if (unlink(native.c_str()) == 0) return TRUE;
@@ -198,15 +273,13 @@ DWORD GetFileAttributesA(const char* path) {
     SetLastError(fault->win32());
     return INVALID_FILE_ATTRIBUTES;
   }
-  const std::string native = native_path(path);
-  struct stat facts {};
-  if (stat(native.c_str(), &facts) != 0) {
-    SetLastError(platform::kernel::open_error(native, errno));
+  platform::kernel::PathFacts facts;
+  if (const DWORD error = platform::kernel::look_at(path, facts)) {
+    SetLastError(error);
     return INVALID_FILE_ATTRIBUTES;
   }
-  const DWORD kind = S_ISDIR(facts.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
-  const bool read_only = (facts.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
-  return kind | (read_only ? FILE_ATTRIBUTE_READONLY : 0u);
+  const DWORD kind = facts.is_folder ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
+  return kind | (facts.is_read_only ? FILE_ATTRIBUTE_READONLY : 0u);
 }
 
 int _access(const char* path, int mode) {
@@ -216,6 +289,12 @@ int _access(const char* path, int mode) {
   }
   if ((mode & ~6) != 0) {
     errno = EINVAL;
+    return -1;
+  }
+  if (platform::parse_share_path(path == nullptr ? "" : path)) {
+    platform::kernel::PathFacts facts;
+    if (platform::kernel::look_at(path, facts) == ERROR_SUCCESS) return 0;
+    errno = ENOENT;
     return -1;
   }
   const int wanted = ((mode & 2) != 0 ? W_OK : 0) | ((mode & 4) != 0 ? R_OK : 0);

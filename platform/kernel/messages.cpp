@@ -28,8 +28,15 @@ constexpr ATOM kFirstAtom = 0xC001;
 auto& host_window_classes = *new std::set<std::string>;
 ATOM next_atom = kFirstAtom;
 
-std::mutex strings_lock;
-auto& strings = *new std::map<std::uint32_t, std::string>;  // guarded by strings_lock
+// Programs register their strings before main, in no order with what is made here.
+struct Strings {
+  std::mutex lock;
+  std::map<std::uint32_t, std::string> table;  // guarded by lock
+};
+Strings& strings() {
+  static auto& all = *new Strings;
+  return all;
+}
 
 bool matches(const MSG& message, UINT first, UINT last) {
   if (message.message == WM_QUIT || (first == 0 && last == 0)) return true;
@@ -132,9 +139,9 @@ LRESULT DispatchMessageA(const MSG*) { return 0; }
 int LoadStringA(HINSTANCE, UINT id, char* buffer, int size) {
   if (const auto fault = fault_point("LoadStringA")) return fail(fault->win32(), 0);
   if (buffer == nullptr || size <= 0) return fail(ERROR_INVALID_PARAMETER, 0);
-  const std::lock_guard guard(strings_lock);
-  const auto found = strings.find(id);
-  if (found == strings.end()) {
+  const std::lock_guard guard(strings().lock);
+  const auto found = strings().table.find(id);
+  if (found == strings().table.end()) {
     buffer[0] = '\0';
     return fail(ERROR_RESOURCE_NAME_NOT_FOUND, 0);
   }
@@ -147,8 +154,8 @@ int LoadStringA(HINSTANCE, UINT id, char* buffer, int size) {
 namespace platform {
 
 void register_string_table(std::map<std::uint32_t, std::string> table) {
-  const std::lock_guard guard(strings_lock);
-  strings = std::move(table);
+  const std::lock_guard guard(strings().lock);
+  strings().table = std::move(table);
 }
 
 }  // namespace platform

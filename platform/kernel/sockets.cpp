@@ -29,3 +29,8 @@ int gethostname(char* name, int size) {
 }
 
 int WSAGetLastError() { return last_socket_error; }
+
+void WSASetLastError(int error) {
+  last_socket_error = error;
+  SetLastError(static_cast<DWORD>(error));
+}

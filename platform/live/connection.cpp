@@ -45,6 +45,44 @@ std::string diagnostic_of(LDAP* handle) {
   return diagnostic;
 }
 
+// A change in the library's form; borrows its texts from the change.
+class Modifications {
+ public:
+  explicit Modifications(const Change& change) {
+    const int operation = change.kind == Change::Kind::kAdd ? LDAP_MOD_ADD : LDAP_MOD_REPLACE;
+    values_.reserve(change.attributes.size());
+    pointers_.reserve(change.attributes.size());
+    modifications_.reserve(change.attributes.size());
+    for (const Attribute& attribute : change.attributes) {
+      // No values take an attribute away, and of a new object there is nothing to take.
+      if (attribute.values.empty() && operation == LDAP_MOD_ADD) continue;
+      std::vector<berval>& values = values_.emplace_back();
+      for (const std::string& value : attribute.values) {
+        values.push_back({value.size(), const_cast<char*>(value.data())});
+      }
+      std::vector<berval*>& pointers = pointers_.emplace_back();
+      for (berval& value : values) pointers.push_back(&value);
+      pointers.push_back(nullptr);
+      LDAPMod& modification = modifications_.emplace_back();
+      modification.mod_op = operation | LDAP_MOD_BVALUES;
+      modification.mod_type = const_cast<char*>(attribute.name.c_str());
+      modification.mod_bvalues = pointers.data();
+      list_.push_back(&modification);
+    }
+    list_.push_back(nullptr);
+  }
+  Modifications(const Modifications&) = delete;
+  Modifications& operator=(const Modifications&) = delete;
+
+  LDAPMod** get() const { return const_cast<LDAPMod**>(list_.data()); }
+
+ private:
+  std::vector<std::vector<berval>> values_;
+  std::vector<std::vector<berval*>> pointers_;
+  std::vector<LDAPMod> modifications_;
+  std::vector<LDAPMod*> list_;
+};
+
 // Kerberos takes everything from the ticket; the library must ask a person nothing.
 int answer_nothing(LDAP*, unsigned, void*, void*) { return LDAP_SUCCESS; }
 
@@ -228,6 +266,38 @@ int Connection::exchange(const Question& question, Bookmark* bookmark,
   return code;
 }
 
+int Connection::write(const Change& change) {
+  const std::lock_guard guard(lock_);
+  const BrokenPipeGuard no_signal;
+  if (handle_ == nullptr) {
+    const int code = connect();
+    if (code != LDAP_SUCCESS) return code;
+  }
+  int message_id = 0;
+  int code = send(change, message_id);
+  if (code == LDAP_SUCCESS) {
+    std::vector<Entry> none;
+    code = receive(message_id, nullptr, none);
+  } else {
+    note_failure(code, handle_.get());
+  }
+  if (connection_is_lost(code)) handle_.reset();
+  return code;
+}
+
+int Connection::send(const Change& change, int& message_id) {
+  LDAP* handle = handle_.get();
+  if (change.kind == Change::Kind::kRemove) {
+    return ldap_delete_ext(handle, change.dn.c_str(), nullptr, nullptr, &message_id);
+  }
+  const Modifications modifications(change);
+  return change.kind == Change::Kind::kAdd
+             ? ldap_add_ext(handle, change.dn.c_str(), modifications.get(), nullptr, nullptr,
+                            &message_id)
+             : ldap_modify_ext(handle, change.dn.c_str(), modifications.get(), nullptr, nullptr,
+                               &message_id);
+}
+
 // The time-out counts from one message to the next: a server that is slow and alive may take as
 // long as it needs for a page.
 int Connection::receive(int message_id, Bookmark* bookmark, std::vector<Entry>& entries) {
@@ -248,10 +318,10 @@ int Connection::receive(int message_id, Bookmark* bookmark, std::vector<Entry>& 
     }
     if (type == LDAP_RES_SEARCH_ENTRY) {
       if (!decode_entry(handle, raw, entries)) return note_failure(LDAP_DECODING_ERROR, handle);
-    } else if (type == LDAP_RES_SEARCH_RESULT) {
-      return finish(raw, bookmark);
+    } else if (type != LDAP_RES_SEARCH_REFERENCE && type != LDAP_RES_INTERMEDIATE) {
+      return finish(raw, bookmark);  // of a search or of a change
     }
-    // Anything else is a reference to another context or server; those are not followed.
+    // The rest is a reference to another context or server; those are not followed.
   }
 }
 

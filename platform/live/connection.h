@@ -27,6 +27,14 @@ struct Question {
   std::vector<std::string> names;  // none: all attributes that a plain read gives
 };
 
+// A change of one object. Of a modified one each attribute has exactly these values from then on.
+struct Change {
+  enum class Kind { kAdd, kModify, kRemove };
+  Kind kind = Kind::kModify;
+  std::string dn;
+  std::vector<Attribute> attributes;
+};
+
 // Where a paged walk stands. The server keeps its side of it with the connection, so a walk cannot
 // go on over another one.
 struct Bookmark {
@@ -50,6 +58,10 @@ class Connection {
   // are appended all the same.
   int ask_page(const Question& question, Bookmark& bookmark, std::vector<Entry>& entries);
 
+  // An LDAP result code. A connection found broken only now gets no second chance: nobody could
+  // tell whether the change had been made.
+  int write(const Change& change);
+
   // What the last failed question of this connection came to, for people.
   std::string last_failure() const;
 
@@ -68,6 +80,7 @@ class Connection {
   int finish(LDAPMessage* message, Bookmark* bookmark);
   int ask_once_more_if_stale(const Question& question, Bookmark* bookmark,
                              std::vector<Entry>& entries);
+  int send(const Change& change, int& message_id);
   int note_failure(int code, LDAP* handle);
 
   static int limit_waits(LDAP* handle, Sockbuf* buffer, LDAPURLDesc* server, sockaddr* peer,

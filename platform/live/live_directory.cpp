@@ -159,4 +159,32 @@ DirectoryResult LiveDirectory::search(std::string_view server, std::string_view 
   return kDirectoryOperations;
 }
 
+DirectoryResult LiveDirectory::add(std::string_view server, const Entry& entry) {
+  return write(server, {Change::Kind::kAdd, entry.dn, entry.attributes});
+}
+
+DirectoryResult LiveDirectory::modify(std::string_view server, std::string_view dn,
+                                      const std::vector<Attribute>& attributes) {
+  return write(server, {Change::Kind::kModify, std::string(dn), attributes});
+}
+
+DirectoryResult LiveDirectory::remove(std::string_view server, std::string_view dn) {
+  return write(server, {Change::Kind::kRemove, std::string(dn), {}});
+}
+
+DirectoryResult LiveDirectory::write(std::string_view server, const Change& change) try {
+  const std::shared_ptr<Connection> asked = connection(server);
+  const int code = asked->write(change);
+  if (code != LDAP_SUCCESS) {
+    DCW_TRACE("LiveDirectory::write");
+    trace.error()("LDAP change of <%s> failed: %s\n", change.dn.c_str(),
+                  asked->last_failure().c_str());
+  }
+  return directory_result(code);
+} catch (const ControllerError& error) {
+  DCW_TRACE("LiveDirectory::write");
+  trace.error()("%s\n", error.what());
+  return kDirectoryOperations;
+}
+
 }  // namespace platform::live

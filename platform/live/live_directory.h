@@ -1,6 +1,6 @@
 #pragma once
-// The directory of a live controller: the three questions of platform::Directory put to servers
-// over LDAP, one cached connection a server.
+// The directory of a live controller: the questions and writes of platform::Directory put to
+// servers over LDAP, one cached connection a server.
 
 #include <functional>
 #include <map>
@@ -33,12 +33,17 @@ class LiveDirectory : public Directory {
   DirectoryResult search(std::string_view server, std::string_view base, SearchScope scope,
                          std::string_view filter, const std::vector<std::string>& names,
                          std::unique_ptr<EntryCursor>& cursor) override;
+  DirectoryResult add(std::string_view server, const Entry& entry) override;
+  DirectoryResult modify(std::string_view server, std::string_view dn,
+                         const std::vector<Attribute>& attributes) override;
+  DirectoryResult remove(std::string_view server, std::string_view dn) override;
 
   // Why the last question to the controller of the address failed.
   std::string last_failure() const { return primary_->last_failure(); }
 
  private:
   std::shared_ptr<Connection> connection(std::string_view server);
+  DirectoryResult write(std::string_view server, const Change& change);
   bool is_own_name(const std::string& name) const;
 
   const Address address_;

@@ -1,5 +1,5 @@
 # The recording that the program carries inside, as a source file made from recordings/default.
-file(GLOB recording_files CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/recordings/default/*)
+file(GLOB_RECURSE recording_files CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/recordings/default/*)
 set(embedded_recording ${CMAKE_CURRENT_BINARY_DIR}/embedded_recording.cpp)
 add_custom_command(
   OUTPUT ${embedded_recording}

@@ -1,12 +1,13 @@
 #include "platform/recorded/recorded_directory.h"
 
 #include <algorithm>
+#include <chrono>
 #include <map>
 #include <optional>
-#include <set>
 #include <utility>
 
 #include "platform/recorded/distinguished_name.h"
+#include "platform/recorded/entry_store.h"
 #include "platform/recorded/filter.h"
 #include "platform/recorded/ldif.h"
 #include "platform/recorded/utf8.h"
@@ -15,7 +16,6 @@ namespace platform {
 namespace {
 
 constexpr DirectoryResult kInvalidFilter = static_cast<DirectoryResult>(0x80005014);
-constexpr std::string_view kServerOption = "x-server-";
 
 constexpr std::string_view kConstructed[] = {
     "allowedAttributes",
@@ -68,150 +68,6 @@ std::string short_name(std::string_view server) {
   return fold_case(server.substr(0, server.find('.')));
 }
 
-// "whenChanged;x-server-dc2" is whenChanged as dc2 sees it.
-struct ServerAttribute {
-  std::string server;  // short, small letters
-  Attribute attribute;
-};
-
-struct StoredEntry {
-  Entry common;  // as every server sees it
-  std::vector<ServerAttribute> differences;
-  std::string key;  // normalised dn
-  bool has_class = false;
-
-  Entry as_seen_by(const std::string& server) const;
-};
-
-bool is_taken_away(const Attribute& attribute) {
-  return std::all_of(attribute.values.begin(), attribute.values.end(),
-                     [](const std::string& value) { return value.empty(); });
-}
-
-Entry StoredEntry::as_seen_by(const std::string& server) const {
-  Entry seen = common;
-  for (const ServerAttribute& difference : differences) {
-    if (difference.server != server) continue;
-    const auto place = std::find_if(
-        seen.attributes.begin(), seen.attributes.end(), [&difference](const Attribute& candidate) {
-          return equal_without_case(candidate.name, difference.attribute.name);
-        });
-    if (place == seen.attributes.end()) {
-      seen.attributes.push_back(difference.attribute);
-    } else {
-      place->values = difference.attribute.values;
-    }
-  }
-  if (!differences.empty()) std::erase_if(seen.attributes, is_taken_away);
-  return seen;
-}
-
-// "userCertificate;binary;x-server-dc2" gives dc2, and leaves "userCertificate;binary" in name.
-std::optional<std::string> take_server_option(std::string& name) {
-  std::size_t option = name.find(';');
-  while (option != std::string::npos) {
-    const std::size_t end = std::min(name.find(';', option + 1), name.size());
-    const std::string text = fold_case(name.substr(option + 1, end - option - 1));
-    if (text.starts_with(kServerOption)) {
-      name.erase(option, end - option);
-      return text.substr(kServerOption.size());
-    }
-    option = end == name.size() ? std::string::npos : end;
-  }
-  return std::nullopt;
-}
-
-StoredEntry store(LdifRecord record) {
-  StoredEntry stored;
-  stored.key = normalise_dn(record.entry.dn);
-  stored.common.dn = std::move(record.entry.dn);
-  for (Attribute& attribute : record.entry.attributes) {
-    if (std::optional<std::string> server = take_server_option(attribute.name)) {
-      stored.differences.push_back({std::move(*server), std::move(attribute)});
-    } else {
-      stored.common.attributes.push_back(std::move(attribute));
-    }
-  }
-  stored.has_class = stored.common.find("objectClass") != nullptr;
-  return stored;
-}
-
-// What was recorded; never changed after reading, so any thread may read it.
-class Recording {
- public:
-  Recording(std::vector<LdifRecord> records, const std::string& file_name) {
-    for (LdifRecord& record : records) {
-      const std::size_t line = record.line;
-      entries_.push_back(store(std::move(record)));
-      const StoredEntry& entry = entries_.back();
-      if (!places_.try_emplace(entry.key, entries_.size() - 1).second) {
-        throw ControllerError(file_name + ":" + std::to_string(line) + ": a second entry named \"" +
-                              entry.common.dn + "\"");
-      }
-      for (const ServerAttribute& difference : entry.differences) {
-        servers_.insert(difference.server);
-      }
-    }
-    for (std::size_t i = 0; i < entries_.size(); ++i) {
-      if (!entries_[i].key.empty()) children_[std::string(parent_dn(entries_[i].key))].push_back(i);
-    }
-    note_naming_contexts();
-  }
-
-  const StoredEntry* find(const std::string& key) const {
-    const auto place = places_.find(key);
-    return place == places_.end() ? nullptr : &entries_[place->second];
-  }
-  const StoredEntry& at(std::size_t place) const { return entries_[place]; }
-  const std::set<std::string>& servers() const { return servers_; }
-
-  // Places of the objects that a search from key looks at, parents before their children.
-  std::vector<std::size_t> within(const std::string& key, SearchScope scope) const {
-    std::vector<std::size_t> found;
-    if (scope != SearchScope::kOneLevel) found.push_back(places_.at(key));
-    if (scope != SearchScope::kBase) add_children(key, scope, found);
-    return found;
-  }
-
- private:
-  void add_children(const std::string& key, SearchScope scope,
-                    std::vector<std::size_t>& found) const {
-    const auto children = children_.find(key);
-    if (key.empty() || children == children_.end()) return;
-    for (const std::size_t child : children->second) {
-      if (naming_contexts_.count(entries_[child].key) != 0) continue;
-      found.push_back(child);
-      if (scope == SearchScope::kSubtree) add_children(entries_[child].key, scope, found);
-    }
-  }
-
-  void note_naming_contexts() {
-    const StoredEntry* root = find("");
-    if (root == nullptr) return;
-    const auto note = [this](const Attribute& attribute) {
-      if (!equal_without_case(attribute.name, "namingContexts")) return;
-      for (const std::string& value : attribute.values) {
-        naming_contexts_.insert(normalise_dn(value));
-      }
-    };
-    for (const Attribute& attribute : root->common.attributes) note(attribute);
-    for (const ServerAttribute& difference : root->differences) note(difference.attribute);
-  }
-
-  std::vector<StoredEntry> entries_;
-  std::map<std::string, std::size_t> places_;
-  std::map<std::string, std::vector<std::size_t>> children_;
-  std::set<std::string> naming_contexts_;
-  std::set<std::string> servers_;
-};
-
-// What a server shows of an entry, or nothing where the entry does not exist for it.
-std::optional<Entry> look(const StoredEntry& stored, const std::string& server) {
-  Entry entry = stored.as_seen_by(server);
-  if (stored.has_class && entry.find("objectClass") == nullptr) return std::nullopt;
-  return entry;
-}
-
 bool is_wanted(const Attribute& attribute, const std::vector<std::string>& names) {
   const auto asked_for = [&attribute](const std::string& name) {
     return equal_without_case(name, attribute.name);
@@ -235,18 +91,16 @@ void select(Entry& entry, const std::vector<std::string>& names) {
 
 class RecordedCursor : public EntryCursor {
  public:
-  RecordedCursor(std::shared_ptr<const Recording> recording, std::string server,
-                 std::vector<std::size_t> places, std::unique_ptr<Filter> filter,
-                 std::vector<std::string> names)
-      : recording_(std::move(recording)),
+  RecordedCursor(std::vector<EntryStore::Place> places, std::string server,
+                 std::unique_ptr<Filter> filter, std::vector<std::string> names)
+      : places_(std::move(places)),
         server_(std::move(server)),
-        places_(std::move(places)),
         filter_(std::move(filter)),
         names_(std::move(names)) {}
 
   DirectoryResult next(Entry& entry) override {
     while (position_ < places_.size()) {
-      std::optional<Entry> seen = look(recording_->at(places_[position_++]), server_);
+      std::optional<Entry> seen = places_[position_++]->as_seen_by(server_);
       if (!seen || !filter_->matches(*seen)) continue;
       select(*seen, names_);
       entry = std::move(*seen);
@@ -256,10 +110,9 @@ class RecordedCursor : public EntryCursor {
   }
 
  private:
-  // Kept alive here, since a walk may outlast the directory that it came from.
-  const std::shared_ptr<const Recording> recording_;
+  // As they were when the walk began, whatever is written and whatever becomes of the directory.
+  const std::vector<EntryStore::Place> places_;
   const std::string server_;
-  const std::vector<std::size_t> places_;
   const std::unique_ptr<Filter> filter_;
   const std::vector<std::string> names_;
   std::size_t position_ = 0;
@@ -267,18 +120,15 @@ class RecordedCursor : public EntryCursor {
 
 class RecordedDirectory : public Directory {
  public:
-  RecordedDirectory(std::shared_ptr<const Recording> recording, const std::string& host_name,
-                    const std::string& dns_suffix)
-      : recording_(std::move(recording)) {
-    const StoredEntry* root = recording_->find("");
+  RecordedDirectory(std::vector<LdifRecord> records, const std::string& file_name,
+                    const std::string& host_name, const std::string& dns_suffix, Clock clock)
+      : store_(std::move(records), file_name), clock_(std::move(clock)) {
+    const EntryStore::Place root = store_.find("");
     machine_ = short_name(host_name);
-    if (machine_.empty() && root != nullptr) {
-      machine_ = short_name(root_value(*root, "", "dnsHostName"));
-    }
+    if (machine_.empty()) machine_ = short_name(root_value(root, "", "dnsHostName"));
     learn_names(machine_, root, dns_suffix);
-    for (const std::string& server : recording_->servers()) learn_names(server, root, dns_suffix);
-    if (root == nullptr) return;
-    const std::string domain = dns_name(root_value(*root, machine_, "defaultNamingContext"));
+    for (const std::string& server : store_.servers()) learn_names(server, root, dns_suffix);
+    const std::string domain = dns_name(root_value(root, machine_, "defaultNamingContext"));
     if (!domain.empty()) names_.try_emplace(fold_case(domain), machine_);
   }
 
@@ -290,9 +140,8 @@ class RecordedDirectory : public Directory {
                        const std::vector<std::string>& names, Entry& entry) override {
     const std::optional<std::string> seer = resolve(server);
     if (!seer) return kDirectoryServerDown;
-    const StoredEntry* stored = recording_->find(normalise_dn(dn));
-    if (stored == nullptr) return kDirectoryNoObject;
-    std::optional<Entry> seen = look(*stored, *seer);
+    const EntryStore::Place stored = store_.find(normalise_dn(dn));
+    std::optional<Entry> seen = stored == nullptr ? std::nullopt : stored->as_seen_by(*seer);
     if (!seen) return kDirectoryNoObject;
     select(*seen, names);
     entry = std::move(*seen);
@@ -305,30 +154,48 @@ class RecordedDirectory : public Directory {
     const std::optional<std::string> seer = resolve(server);
     if (!seer) return kDirectoryServerDown;
     const std::string key = normalise_dn(base);
-    const StoredEntry* stored = recording_->find(key);
-    if (stored == nullptr || !look(*stored, *seer)) return kDirectoryNoObject;
+    const EntryStore::Place stored = store_.find(key);
+    if (stored == nullptr || !stored->as_seen_by(*seer)) return kDirectoryNoObject;
     std::unique_ptr<Filter> parsed = parse_filter(filter.empty() ? "(objectClass=*)" : filter);
     if (!parsed) return kInvalidFilter;
-    cursor = std::make_unique<RecordedCursor>(recording_, *seer, recording_->within(key, scope),
-                                              std::move(parsed), names);
+    cursor = std::make_unique<RecordedCursor>(store_.within(key, scope), *seer, std::move(parsed),
+                                              names);
     return kDirectoryOk;
   }
 
+  DirectoryResult add(std::string_view server, const Entry& entry) override {
+    const std::optional<std::string> seer = resolve(server);
+    if (!seer) return kDirectoryServerDown;
+    return store_.add(*seer, entry, directory_time(now_ms()));
+  }
+
+  DirectoryResult modify(std::string_view server, std::string_view dn,
+                         const std::vector<Attribute>& attributes) override {
+    const std::optional<std::string> seer = resolve(server);
+    if (!seer) return kDirectoryServerDown;
+    return store_.modify(*seer, normalise_dn(dn), attributes, directory_time(now_ms()));
+  }
+
+  DirectoryResult remove(std::string_view server, std::string_view dn) override {
+    const std::optional<std::string> seer = resolve(server);
+    if (!seer) return kDirectoryServerDown;
+    return store_.remove(*seer, normalise_dn(dn));
+  }
+
  private:
-  static std::string root_value(const StoredEntry& root, const std::string& server,
+  static std::string root_value(const EntryStore::Place& root, const std::string& server,
                                 std::string_view name) {
-    const Entry seen = root.as_seen_by(server);
-    const Attribute* attribute = seen.find(name);
+    const std::optional<Entry> seen = root == nullptr ? std::nullopt : root->as_seen_by(server);
+    const Attribute* attribute = seen ? seen->find(name) : nullptr;
     return attribute == nullptr || attribute->values.empty() ? std::string()
                                                              : attribute->values.front();
   }
 
-  void learn_names(const std::string& server, const StoredEntry* root,
+  void learn_names(const std::string& server, const EntryStore::Place& root,
                    const std::string& dns_suffix) {
     names_.try_emplace(server, server);
     if (!dns_suffix.empty()) names_.try_emplace(server + "." + fold_case(dns_suffix), server);
-    if (root == nullptr) return;
-    const std::string full = fold_case(root_value(*root, server, "dnsHostName"));
+    const std::string full = fold_case(root_value(root, server, "dnsHostName"));
     if (short_name(full) == server) names_.try_emplace(full, server);
   }
 
@@ -339,7 +206,15 @@ class RecordedDirectory : public Directory {
     return name->second;
   }
 
-  const std::shared_ptr<const Recording> recording_;
+  std::int64_t now_ms() const {
+    return clock_ ? clock_()
+                  : std::chrono::duration_cast<std::chrono::milliseconds>(
+                        std::chrono::system_clock::now().time_since_epoch())
+                        .count();
+  }
+
+  EntryStore store_;  // guards itself
+  const Clock clock_;
   std::string machine_;                       // short, small letters
   std::map<std::string, std::string> names_;  // short and full names, small letters, to the short
 };
@@ -355,9 +230,9 @@ bool is_constructed(std::string_view attribute) {
 
 std::unique_ptr<Directory> read_directory(std::string_view text, const std::string& file_name,
                                           const std::string& host_name,
-                                          const std::string& dns_suffix) {
-  auto recording = std::make_shared<const Recording>(read_ldif(text, file_name), file_name);
-  return std::make_unique<RecordedDirectory>(std::move(recording), host_name, dns_suffix);
+                                          const std::string& dns_suffix, Clock clock) {
+  return std::make_unique<RecordedDirectory>(read_ldif(text, file_name), file_name, host_name,
+                                             dns_suffix, std::move(clock));
 }
 
 }  // namespace platform

@@ -7,10 +7,15 @@
 #include <optional>
 #include <utility>
 
+#include "platform/commands/recorded_commands.h"
 #include "platform/counters/recorded_counters.h"
+#include "platform/directory_services/recorded_services.h"
+#include "platform/dns/recorded_dns.h"
 #include "platform/recorded/recorded_directory.h"
 #include "platform/recorded/utf8.h"
 #include "platform/registry/recorded_registry.h"
+#include "platform/services/recorded_services.h"
+#include "platform/shares/recorded_shares.h"
 
 namespace platform {
 namespace {
@@ -18,6 +23,14 @@ namespace {
 constexpr char kDirectoryFile[] = "directory.ldif";
 constexpr char kCountersFile[] = "counters.csv";
 constexpr char kRegistryFile[] = "registry.reg";
+constexpr char kServicesFile[] = "services.json";
+constexpr char kLocatorFile[] = "locator.json";
+constexpr char kReplicationFile[] = "replication.json";
+constexpr char kTrustsFile[] = "trusts.json";
+constexpr char kCommandsFile[] = "commands.json";
+constexpr char kCommandsFolder[] = "commands/";
+constexpr char kZoneFile[] = "dns.zone";
+constexpr char kSharesFolder[] = "shares/";
 
 constexpr char kTcpipKey[] =
     "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters";
@@ -27,29 +40,38 @@ constexpr char kLanguageKey[] =
     "HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Control\\Nls\\Language";
 constexpr std::uint32_t kDword = 4;
 
+// What a recording holds; a part whose file is missing is null.
+struct Parts {
+  MachineFacts machine;
+  std::unique_ptr<Directory> directory;
+  std::unique_ptr<CounterSource> counters;
+  std::unique_ptr<RegistryHive> registry;
+  std::unique_ptr<ServiceManager> services;
+  std::unique_ptr<Shares> shares;
+  std::unique_ptr<DnsSource> dns;
+  std::unique_ptr<DirectoryServices> directory_services;
+  std::unique_ptr<CommandSource> commands;
+};
+
 class RecordedController : public Controller {
  public:
-  RecordedController(std::string description, MachineFacts machine,
-                     std::unique_ptr<Directory> directory, std::unique_ptr<CounterSource> counters,
-                     std::unique_ptr<RegistryHive> registry)
-      : description_(std::move(description)),
-        machine_(std::move(machine)),
-        directory_(std::move(directory)),
-        counters_(std::move(counters)),
-        registry_(std::move(registry)) {}
+  RecordedController(std::string description, Parts parts)
+      : description_(std::move(description)), parts_(std::move(parts)) {}
 
   std::string description() const override { return description_; }
-  const MachineFacts& machine() const override { return machine_; }
-  Directory* directory() override { return directory_.get(); }
-  CounterSource* counters() override { return counters_.get(); }
-  RegistryHive* registry() override { return registry_.get(); }
+  const MachineFacts& machine() const override { return parts_.machine; }
+  Directory* directory() override { return parts_.directory.get(); }
+  CounterSource* counters() override { return parts_.counters.get(); }
+  RegistryHive* registry() override { return parts_.registry.get(); }
+  ServiceManager* services() override { return parts_.services.get(); }
+  Shares* shares() override { return parts_.shares.get(); }
+  DnsSource* dns() override { return parts_.dns.get(); }
+  DirectoryServices* directory_services() override { return parts_.directory_services.get(); }
+  CommandSource* commands() override { return parts_.commands.get(); }
 
  private:
   const std::string description_;
-  const MachineFacts machine_;
-  const std::unique_ptr<Directory> directory_;
-  const std::unique_ptr<CounterSource> counters_;
-  const std::unique_ptr<RegistryHive> registry_;
+  const Parts parts_;
 };
 
 std::optional<RegistryValue> find_value(RegistryHive& hive, std::string_view key,
@@ -127,11 +149,36 @@ void read_machine_facts(Directory& directory, MachineFacts& facts) {
   if (dot != std::string::npos) facts.dns_suffix = full.substr(dot + 1);
 }
 
+// The files of a folder of the recording, by their names within it.
+std::map<std::string, std::string> files_under(const std::string& folder,
+                                               const RecordingFiles& files) {
+  std::map<std::string, std::string> found;
+  for (const auto& [name, bytes] : files) {
+    if (name.starts_with(folder)) found.emplace(name.substr(folder.size()), bytes);
+  }
+  return found;
+}
+
 std::string read_file(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   if (!file || file.bad()) throw ControllerError(path.string() + ": cannot be read");
   return bytes;
+}
+
+// Adds all files beneath a folder of the recording, and its empty folders with a slash behind.
+void read_folder(const std::filesystem::path& root, const char* folder, RecordingFiles& files) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  if (!fs::is_directory(root / folder, error)) return;
+  for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
+    const std::string name = fs::relative(entry.path(), root).generic_string();
+    if (entry.is_directory()) {
+      files.emplace(name + "/", std::string());
+    } else {
+      files.emplace(name, read_file(entry.path()));
+    }
+  }
 }
 
 }  // namespace
@@ -153,28 +200,35 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
     const auto file = files.find(name);
     return file == files.end() ? nullptr : &file->second;
   };
-  MachineFacts facts;
-  std::unique_ptr<RegistryHive> registry;
+  Parts parts;
+  MachineFacts& facts = parts.machine;
   if (const std::string* text = text_of(kRegistryFile)) {
-    registry = read_registry(*text, kRegistryFile);
-    read_machine_facts(*registry, facts);
+    parts.registry = read_registry(*text, kRegistryFile);
+    read_machine_facts(*parts.registry, facts);
   }
-  std::unique_ptr<Directory> directory;
   if (const std::string* text = text_of(kDirectoryFile)) {
-    directory = read_directory(*text, kDirectoryFile, facts.host_name, facts.dns_suffix);
-    if (facts.host_name.empty()) read_machine_facts(*directory, facts);
+    parts.directory =
+        read_directory(*text, kDirectoryFile, facts.host_name, facts.dns_suffix, clock);
+    if (facts.host_name.empty()) read_machine_facts(*parts.directory, facts);
   }
-  std::unique_ptr<CounterSource> counters;
   if (const std::string* text = text_of(kCountersFile)) {
-    counters = read_counters(*text, kCountersFile, std::move(clock));
+    parts.counters = read_counters(*text, kCountersFile, std::move(clock));
   }
-  if (!registry && !directory && !counters) {
+  if (const std::string* text = text_of(kServicesFile)) {
+    parts.services = read_services(*text, kServicesFile);
+  }
+  parts.directory_services = read_directory_services(
+      {text_of(kLocatorFile), text_of(kReplicationFile), text_of(kTrustsFile)}, facts);
+  if (!parts.registry && !parts.directory && !parts.counters && !parts.services) {
     throw ControllerError(description + ": holds neither " + kDirectoryFile + " nor " +
-                          kCountersFile + " nor " + kRegistryFile);
+                          kCountersFile + " nor " + kRegistryFile + " nor " + kServicesFile);
   }
-  return std::make_shared<RecordedController>(std::move(description), std::move(facts),
-                                              std::move(directory), std::move(counters),
-                                              std::move(registry));
+  // There also where none is recorded: a recording never reaches out to this machine's own.
+  parts.commands = read_commands(text_of(kCommandsFile), files_under(kCommandsFolder, files));
+  const auto shared = files_under(kSharesFolder, files);
+  if (!shared.empty()) parts.shares = make_recorded_shares(shared, facts.dns_suffix);
+  if (const std::string* text = text_of(kZoneFile)) parts.dns = read_dns(*text, kZoneFile);
+  return std::make_shared<RecordedController>(std::move(description), std::move(parts));
 }
 
 std::shared_ptr<Controller> open_recording(const std::string& folder, Clock clock) {
@@ -184,9 +238,12 @@ std::shared_ptr<Controller> open_recording(const std::string& folder, Clock cloc
     throw ControllerError(folder + ": is not a folder");
   }
   RecordingFiles files;
-  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile}) {
+  for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kServicesFile, kZoneFile,
+                           kLocatorFile, kReplicationFile, kTrustsFile, kCommandsFile}) {
     if (std::filesystem::exists(root / name, error)) files[name] = read_file(root / name);
   }
+  read_folder(root, kCommandsFolder, files);
+  read_folder(root, kSharesFolder, files);
   try {
     return make_recording(files, folder, std::move(clock));
   } catch (const ControllerError& fault) {

@@ -11,8 +11,9 @@
 
 namespace platform {
 
-// Names within the folder against bytes. Known are directory.ldif, counters.csv and registry.reg;
-// a part whose file is missing is absent. Throws ControllerError.
+// Names within the folder against bytes. Known are directory.ldif, counters.csv, registry.reg,
+// services.json, dns.zone, locator.json, replication.json, trusts.json and what stands beneath
+// shares/; a part whose file is missing is absent. Throws ControllerError.
 using RecordingFiles = std::map<std::string, std::string>;
 std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::string description,
                                            Clock clock);

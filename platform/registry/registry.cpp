@@ -15,6 +15,7 @@
 #include "platform/counters/counter_names.h"
 #include "platform/kernel/accounting.h"
 #include "platform/kernel/fault_point.h"
+#include "platform/kernel/local_machine.h"
 #include "platform/recorded/utf8.h"
 #include "platform/registry/registry_view.h"
 
@@ -174,15 +175,6 @@ LONG query_performance_data(platform::Controller* controller, std::string_view n
   return put_data(table, data, size);
 }
 
-bool is_local(const platform::Controller* controller, std::string_view machine) {
-  while (machine.starts_with('\\')) machine.remove_prefix(1);
-  if (machine.empty()) return true;
-  if (controller == nullptr) return false;
-  const platform::MachineFacts& facts = controller->machine();
-  return platform::equal_without_case(machine, facts.host_name) ||
-         platform::equal_without_case(machine, facts.host_name + "." + facts.dns_suffix);
-}
-
 }  // namespace
 
 LONG RegOpenKeyExA(HKEY parent, const char* sub_key, DWORD, REGSAM access, HKEY* result) {
@@ -241,7 +233,7 @@ LONG RegConnectRegistryA(const char* machine, HKEY root, HKEY* result) {
   }
   if (result == nullptr) return ERROR_INVALID_PARAMETER;
   const Locked state;
-  if (!is_local(state.controller(), text(machine))) return ERROR_BAD_NETPATH;
+  if (!platform::is_local_machine(state.controller(), text(machine))) return ERROR_BAD_NETPATH;
   if (root != HKEY_LOCAL_MACHINE && root != HKEY_USERS && root != HKEY_PERFORMANCE_DATA) {
     return ERROR_INVALID_HANDLE;
   }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -85,15 +86,41 @@ class Machine : public platform::Controller {
   }
   std::string description() const override { return "counters of a test"; }
   const platform::MachineFacts& machine() const override { return facts; }
-  platform::Directory* directory() override { return nullptr; }
+  platform::Directory* directory() override { return domain ? domain->directory() : nullptr; }
+  platform::DirectoryServices* directory_services() override {
+    return domain ? domain->directory_services() : nullptr;
+  }
   platform::CounterSource* counters() override { return counters_.get(); }
   platform::RegistryHive* registry() override { return registry_.get(); }
+  platform::ServiceManager* services() override { return service_manager.get(); }
 
   platform::MachineFacts facts;
+  std::shared_ptr<platform::ServiceManager> service_manager;  // null: it has none
+  std::shared_ptr<platform::Controller> domain;               // null: the machine belongs to none
 
  private:
   std::unique_ptr<platform::CounterSource> counters_;
   std::unique_ptr<platform::RegistryHive> registry_;
+};
+
+// The lists as they are now, put back at the end: a translation rewrites them for good.
+class ListsPutBack {
+ public:
+  ListsPutBack() {
+    for (const counters::CounterList& list : counters::kCounterLists) {
+      rows_.emplace_back(list.rows.begin(), list.rows.end());
+    }
+  }
+  ~ListsPutBack() {
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+      std::copy(rows_[i].begin(), rows_[i].end(), counters::kCounterLists[i].rows.begin());
+    }
+  }
+  ListsPutBack(const ListsPutBack&) = delete;
+  ListsPutBack& operator=(const ListsPutBack&) = delete;
+
+ private:
+  std::vector<std::vector<counters::CounterRow>> rows_;
 };
 
 class CountersTest : public testing::Test {
@@ -142,6 +169,7 @@ class CountersTest : public testing::Test {
     return counts;
   }
 
+  ListsPutBack lists;
   platform::VirtualTime time;
   trc::Capture trace;
 };

@@ -1,56 +1,17 @@
 #include <gmock/gmock.h>
 
 #include <limits>
-#include <numeric>
 
+#include "counter_tables.h"
 #include "counters/counter_table.h"
+#include "include/platform/adsi.h"
 #include "include/trc.h"
-#include "machine.h"
+#include "platform/recorded/recording.h"
+#include "tests/support/two_sites.h"
 
 namespace {
 
 constexpr std::int32_t kNumberOutOfRange = std::numeric_limits<std::int32_t>::min();
-constexpr const char* kStamp = "1110102030405000";
-
-// count numbers from first on, then what is given.
-std::vector<std::int32_t> from(std::int32_t first, std::size_t count,
-                               const std::vector<std::int32_t>& then = {}) {
-  std::vector<std::int32_t> numbers(count);
-  std::iota(numbers.begin(), numbers.end(), first);
-  numbers.insert(numbers.end(), then.begin(), then.end());
-  return numbers;
-}
-
-class CounterTables : public CountersTest {
- protected:
-  template <const auto& kTable>
-  static std::unique_ptr<xaf::DirectSampler> sampler() {
-    if (tables::g_manager<kTable> == nullptr) tables::init<kTable>();
-    auto made = std::make_unique<xaf::DirectSampler>(kTable.name);
-    EXPECT_TRUE(made->found());
-    return made;
-  }
-  template <const auto& kTable>
-  void expect_row(const std::vector<std::int32_t>& columns) {
-    const std::vector<std::string> rows = sampler<kTable>()->sample();
-    ASSERT_EQ(rows.size(), 1u) << kTable.name;
-    EXPECT_EQ(rows[0].size(), kTable.row_size());
-    // Another table's half second may have passed.
-    const std::string stamp = rows[0].substr(72, 16);
-    EXPECT_EQ(rows[0], long_head(++samples_[kTable.name], stamp) + columns_of(columns))
-        << kTable.name << " on " << g_osMajorVersion;
-    EXPECT_EQ(stamp.substr(0, 11), std::string(kStamp, 11));
-  }
-  void build_for(int major, int minor) {
-    deleteGlobals();
-    set_version(major, minor);
-    allocateGlobals(nullptr);
-  }
-
- private:
-  std::map<std::string, std::int32_t> samples_;
-};
-
 TEST_F(CounterTables, ShowTheOlderNamesOnMajorVersions5And10) {
   install(all_series());
   for (const int major : {5, 10}) {
@@ -154,6 +115,14 @@ TEST_F(CounterTables, CountSamplesEvenWhereNoRowComes) {
 TEST_F(CounterTables, HaveNoRowWithoutTheirObjectButForExchange) {
   install({{"\\Memory\\Available Bytes", {1}}});
   build_for(10, 0);
+  // One line for each, when the collectors are built: it names what is missing.
+  for (const char* path :
+       {"\\NTDS\\AB ANR/sec", "\\NTDS\\DS Client Binds/sec", "\\NTDS\\DS % Reads from KCC",
+        "\\NTDS\\KDC AS Requests", "\\NTDS\\LDAP Active Threads", "\\NTDS\\DS % Reads from LSA",
+        "\\NTDS\\DS % Reads from NSPI", "\\NTDS\\SAM Account Group Evaluation Latency"}) {
+    EXPECT_EQ(trace.count("PdhValidatePath failed for [" + std::string(path) + "] c0000bb8"), 1u)
+        << path;
+  }
   EXPECT_TRUE(sampler<tables::DCWNTDSAB>()->sample().empty());
   EXPECT_TRUE(sampler<tables::DCWNTDSDS>()->sample().empty());
   EXPECT_TRUE(sampler<tables::DCWNTDSKCC>()->sample().empty());
@@ -228,54 +197,21 @@ TEST_F(CounterTables, MeasureThemselvesUnderTheirOwnLabels) {
   EXPECT_TRUE(trace.contains("TIMER: 26 : ExchangeDirectoryService : TakeSample : "));
 }
 
-// Every platform call that a table's building and sampling reaches is made to fail once. A fault
-// while the collector is built may cost a value until it is built anew, one while it samples may
-// cost that sample; nothing may be lost for good, and nothing may fall over.
-class FaultSweep : public CounterTables {
- protected:
-  template <const auto& kTable, typename Collector, typename... Arguments>
-  void sweep(std::atomic<Collector*>* global, Arguments... arguments) {
-    install(all_series());
-    set_version(10, 0);
-    SetEvent(g_allocateGlobalsEvent);
-    const auto sample_with = sampler<kTable>();
-    const auto scenario = [&] {
-      if (global != nullptr) *global = new Collector(arguments...);
-      const auto rows = sample_with->sample();
-      EXPECT_LE(rows.size(), 1u);
-      if (global != nullptr) delete global->exchange(nullptr);
-      return rows.empty() ? std::string() : rows[0];
-    };
-    // Without the sample's number and time.
-    constexpr std::size_t kHead = kTable.find("SAMPLENO") < kTable.column_count ? 88 : 80;
-    const auto data = [](const std::string& row) {
-      return row.empty() ? row : row.substr(0, 64) + row.substr(kHead);
-    };
-    testing::internal::CaptureStdout();
-    scenario();  // what is made once a process is made now
-    platform::faults::reset_counts();
-    const std::string right = data(scenario());
-    const auto calls = platform::faults::reached();
-    auto before = live();
-    ASSERT_FALSE(right.empty());
-    std::size_t struck = 0;
-    for (const auto& [call, count] : calls) {
-      if (call == "LocalFree") continue;  // memory that cannot be given back is lost by definition
-      for (std::uint32_t nth = 1; nth <= count; ++nth) {
-        platform::faults::fail(call, nth);
-        scenario();
-        if (platform::faults::struck()) ++struck;
-        platform::faults::clear();
-        ASSERT_EQ(data(scenario()), right) << "after " << call << " " << nth;
-        // A query that the library will not close is lost to us.
-        if (call == "PdhCloseQuery") before = live();
-        ASSERT_EQ(live(), before) << "after " << call << " " << nth;
-      }
-    }
-    testing::internal::GetCapturedStdout();
-    EXPECT_GT(struck, 10u);
+TEST_F(CounterTables, TellWhetherTheConsistencyCheckerIsEnabled) {
+  const auto machine = std::make_shared<Machine>(counter_log(all_series(), {0}));
+  platform::install(machine);
+  CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  build_for(10, 0);
+  for (const auto& [options, shown] :
+       {std::pair("16", 0), std::pair("17", 0), std::pair("18", 1), std::pair("", 1)}) {
+    machine->domain = platform::make_recording(
+        {{"directory.ldif", testing_support::two_sites_forest(options, "0")},
+         {"locator.json", testing_support::kTwoSitesLocator}},
+        "test", {});
+    expect_row<tables::DCWNTDSKCC>(from(3000, 3, {shown}));
   }
-};
+  CoUninitialize();
+}
 
 TEST_F(FaultSweep, AddressBook) { sweep<tables::DCWNTDSAB>(&g_AddressBook, 0u); }
 TEST_F(FaultSweep, DirectoryServices) { sweep<tables::DCWNTDSDS>(&g_DirServices, 2u); }
@@ -286,6 +222,8 @@ TEST_F(FaultSweep, SecurityAuthority) { sweep<tables::DCWNTDSLSA>(&g_LSA, 6u); }
 TEST_F(FaultSweep, NameService) { sweep<tables::DCWNTDSNSP>(&g_NSPI, 7u); }
 TEST_F(FaultSweep, AccountsManager) { sweep<tables::DCWNTDSSAM>(&g_SAM, 8u); }
 TEST_F(FaultSweep, Exchange) { sweep<tables::DCWNTDSXDS, ADPDH>(nullptr, 9u); }
+TEST_F(FaultSweep, FileReplication) { sweep<tables::DCWNTDSFRS>(&g_FRS, 10u); }
+TEST_F(FaultSweep, DistributedReplication) { sweep<tables::DCWNTDSDFS>(&g_DFSR, 14u); }
 TEST_F(FaultSweep, ReplicationConnections) {
   sweep<tables::DCWNTDSDRC>(&g_DFRC, 15u, "DFS Replication Connections");
 }

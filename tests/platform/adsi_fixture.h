@@ -61,7 +61,6 @@ constexpr char kForest[] =
     "cn: Deep\n";
 
 constexpr wchar_t kOne[] = L"LDAP://CN=One,DC=corp,DC=example";
-constexpr auto kUnwilling = static_cast<HRESULT>(0x80072035);
 
 // A directory that counts what is asked of it, and can break off in the middle of a walk.
 class CountingDirectory : public platform::Directory {
@@ -93,6 +92,16 @@ class CountingDirectory : public platform::Directory {
       cursor = std::make_unique<BreakingCursor>(std::move(cursor), children_before_failure);
     }
     return result;
+  }
+  platform::DirectoryResult add(std::string_view server, const platform::Entry& entry) override {
+    return below_->directory()->add(server, entry);
+  }
+  platform::DirectoryResult modify(std::string_view server, std::string_view dn,
+                                   const std::vector<platform::Attribute>& attributes) override {
+    return below_->directory()->modify(server, dn, attributes);
+  }
+  platform::DirectoryResult remove(std::string_view server, std::string_view dn) override {
+    return below_->directory()->remove(server, dn);
   }
 
  private:

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -77,17 +78,21 @@ whenCreated: 20110102030405.0Z
 whenChanged: 20110102030405.0Z
 )";
 
+// Name and text of further files of a recording.
+using MoreFiles = std::map<std::string, std::string>;
+
 class SmallRecording {
  public:
   explicit SmallRecording(const std::string& directory = kSmallForest,
-                          const std::string& more_registry = "") {
+                          const std::string& more_registry = "", const MoreFiles& more_files = {}) {
     std::random_device random;
     folder_ = std::filesystem::temp_directory_path() /
               ("dirwatch_test_" + std::to_string(random()) + std::to_string(random()));
     std::filesystem::create_directories(folder_);
     write("directory.ldif", directory);
     write("registry.reg", kMachine + more_registry);
-    platform::install(platform::open_recording(folder_.string()));
+    for (const auto& [name, text] : more_files) write(name, text);
+    platform::install(platform::open_recording(folder_.string(), platform::clock_now_ms));
   }
   ~SmallRecording() {
     std::error_code ignored;
@@ -99,7 +104,9 @@ class SmallRecording {
   std::string folder() const { return folder_.string(); }
 
  private:
+  // name may stand in a folder of its own.
   void write(const std::string& name, const std::string& text) {
+    std::filesystem::create_directories((folder_ / name).parent_path());
     std::ofstream(folder_ / name, std::ios::binary) << text;
   }
 

@@ -1,0 +1,76 @@
+// The count of the domain's objects, on a thread of its own: too costly for a sample, and slow to
+// change.
+
+#include "collectors/object_count.h"
+
+#include "collectors/background.h"
+#include "directory/automation.h"
+#include "directory/dns_utils.h"
+#include "include/platform/files.h"
+#include "include/platform/threads.h"
+#include "include/settings.h"
+#include "include/trace.h"
+#include "include/unique_handle.h"
+
+namespace collectors {
+
+std::string object_count_path() {
+  const char* home = SYS1_GetEnv("MARLOW_HOME", 0);
+  std::string path = home == nullptr ? "" : home;
+  path += "\\";
+  path += "WATCHD6_x64";
+  path += "\\logs\\NumberOfObjects.txt";
+  return path;
+}
+
+bool write_object_count(const std::string& path, std::int32_t count) {
+  const HANDLE opened = CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (opened == INVALID_HANDLE_VALUE) return false;
+  const UniqueHandle file{opened};
+  const std::string text = std::to_string(count);
+  DWORD written = 0;
+  return WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr) &&
+         written == text.size();
+}
+
+namespace {
+
+// False when there is no count. The query layer raises its failures; here they are a count that
+// failed like any other, since the thread must live on.
+bool count_objects(const trace::Scope& trace, std::int32_t& count) {
+  try {
+    return DNSUtils::GetNumberOfObjectsInDomain(count) != -1;
+  } catch (const directory::AutomationError& error) {
+    trace.error()("%s", error.what());
+    return false;
+  }
+}
+
+// The old file stays when the count fails: an old number tells more than none.
+void count_once(const trace::Scope& trace) {
+  std::int32_t count = 0;
+  if (!count_objects(trace, count)) {
+    trace.always()("Error: DNSUtils::GetNumberOfObjectsInDomain() failed");
+    return;
+  }
+  const std::string path = object_count_path();
+  trace.always()("Path for NumberOfObjects file :%s", path.c_str());
+  if (!write_object_count(path, count)) {
+    trace.always()("Error: Number Of Objects file open failed: NumberOfObjects.txt");
+  }
+}
+
+}  // namespace
+}  // namespace collectors
+
+unsigned collectNumberOfObjectsInDomain(void* /*argument*/) {
+  DCW_TRACE("collectNumberOfObjectsInDomain");
+  while (hTerminateEvent != nullptr) {
+    SYS1_GetLock(&g_collectLock);
+    collectors::count_once(trace);
+    SYS1_ReleaseLock(&g_collectLock);
+    Sleep(static_cast<DWORD>(g_numberOfObjectsInterval.load()));
+  }
+  return trace.returns(0u);
+}
