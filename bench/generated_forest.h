@@ -30,8 +30,9 @@ class GeneratedForest {
            "[HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters]\n"
            "\"Hostname\"=\"SRV0-0\"\n\"Domain\"=\"corp.example\"\n";
     std::ofstream file(folder_ / "directory.ldif");
-    file << "version: 1\n\ndn:\nnamingContexts: " << kDomain << "\nnamingContexts: "
-         << kConfiguration << "\nconfigurationNamingContext: " << kConfiguration
+    file << "version: 1\n\ndn:\nnamingContexts: " << kDomain
+         << "\nnamingContexts: " << kConfiguration
+         << "\nconfigurationNamingContext: " << kConfiguration
          << "\ndefaultNamingContext: " << kDomain << "\nrootDomainNamingContext: " << kDomain
          << "\nschemaNamingContext: CN=Schema," << kConfiguration
          << "\ndnsHostName: SRV0-0.corp.example\n";

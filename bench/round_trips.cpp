@@ -151,8 +151,7 @@ const std::vector<Question> kQuestions = {
      [](Forest) { return 3; }},
     {"GetPDCFSMO", [] { DNSUtils::GetPDCFSMO(bench::kDomain.c_str(), text, "cn"); },
      [](Forest) { return 2; }},
-    {"GetSchemaFSMO", [] { DNSUtils::GetSchemaFSMO(server_name, text); },
-     [](Forest) { return 3; }},
+    {"GetSchemaFSMO", [] { DNSUtils::GetSchemaFSMO(server_name, text); }, [](Forest) { return 3; }},
     {"GetForestName", [] { ADSIutils::GetForestName(server_name, text); },
      [](Forest) { return 1; }},
 };

@@ -39,7 +39,9 @@ using Text = char[1024];
 
 // The callee upper-cases some of its names in place, so it gets a copy of its own.
 struct Name {
-  explicit Name(const std::string& text) { std::snprintf(buffer, sizeof buffer, "%s", text.c_str()); }
+  explicit Name(const std::string& text) {
+    std::snprintf(buffer, sizeof buffer, "%s", text.c_str());
+  }
   Text buffer;
 };
 
@@ -68,7 +70,10 @@ json inbound(const Words& words) {
   Name name(words[1]);
   const int one = DNSUtils::GetInboundConnections(name.buffer, of_server);
   const int two = DNSUtils::GetInboundConnections(name.buffer, known, from_server);
-  return {{"result", one}, {"count", of_server}, {"second_result", two}, {"known", known},
+  return {{"result", one},
+          {"count", of_server},
+          {"second_result", two},
+          {"known", known},
           {"from_server", from_server}};
 }
 
@@ -84,8 +89,13 @@ json roles(const Words& words) {
       DNSUtils::GetSchemaFSMO(server, schema),
       DNSUtils::GetDomainNamingFSMO(server, naming),
   };
-  return {{"results", results}, {"pdc", pdc}, {"pdc_full", pdc_full}, {"rid", rid},
-          {"infrastructure", infrastructure}, {"schema", schema}, {"naming", naming}};
+  return {{"results", results},
+          {"pdc", pdc},
+          {"pdc_full", pdc_full},
+          {"rid", rid},
+          {"infrastructure", infrastructure},
+          {"schema", schema},
+          {"naming", naming}};
 }
 
 std::string narrow(const wchar_t* text) {
@@ -97,8 +107,7 @@ std::string narrow(const wchar_t* text) {
 json neighbours(const Words& words) {
   DS_REPL_NEIGHBORSW* info = nullptr;
   std::uint8_t ok = 2;
-  const std::uint32_t status =
-      ReplUtils::GetReplicationPartnersInfo(words[1].c_str(), 0, info, ok);
+  const DWORD status = ReplUtils::GetReplicationPartnersInfo(words[1].c_str(), 0, &info, ok);
   json list = json::array();
   for (DWORD i = 0; ok == 1 && i < info->cNumNeighbors; ++i) {
     const DS_REPL_NEIGHBORW& neighbour = info->rgNeighbor[i];
@@ -114,11 +123,13 @@ json neighbours(const Words& words) {
 
 json consistency(const Words& words) {
   ConsistencyObject object = {};
-  const int result = ADSIutils::GetConsistencyObject(words[1].c_str(), words[2].c_str(),
-                                                     words[3].c_str(), object);
+  const int result =
+      ADSIutils::GetConsistencyObject(words[1].c_str(), words[2].c_str(), words[3].c_str(), object);
   char changed[32] = {};
   std::strftime(changed, sizeof changed, "%Y-%m-%d %H:%M:%S", &object.whenChanged);
-  return {{"result", result}, {"name", object.name}, {"description", object.description},
+  return {{"result", result},
+          {"name", object.name},
+          {"description", object.description},
           {"changed", changed}};
 }
 
