@@ -11,7 +11,6 @@
   X(dcwntdsdra, DCWNTDSDRA)           \
   X(dcwntdsrpl, DCWNTDSRPL)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
-  X(dcwntdsdcp, DCWNTDSDCP)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsrlt, DCWNTDSRLT)           \
   X(dcwntdsttp, DCWNTDSTTP)           \

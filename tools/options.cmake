@@ -19,15 +19,11 @@ if(DIRWATCH_SANITIZE)
   add_link_options(-fsanitize=${DIRWATCH_SANITIZE})
 endif()
 if(WIN32)
-  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601  __USE_MINGW_ANSI_STDIO=1)
+  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601  __USE_MINGW_ANSI_STDIO=1
+                          INCL_WINSOCK_API_TYPEDEFS=1)
   # Beyond the compiler's usual ones: counters, directory interfaces and their identifiers, sockets.
   link_libraries(pdh activeds adsiid ws2_32)
 endif()
-
-# The day of the build, for the trace's file records; the day's start stands for the time, so that a
-# build can be repeated and cached.
-string(TIMESTAMP _build_day "%b %d %Y" UTC)
-add_compile_definitions(DIRWATCH_BUILD_DATE="${_build_day}" DIRWATCH_BUILD_TIME="00:00:00")
 
 find_package(Threads REQUIRED)
 
@@ -38,3 +34,10 @@ function(dirwatch_room name)
   add_library(${name} STATIC ${sources})
   target_link_libraries(${name} PUBLIC ${ARGN})
 endfunction()
+
+# The day of the build, in its one source unit.
+string(TIMESTAMP _build_day "%b %d %Y" UTC)
+add_library(dw_build_date STATIC ${CMAKE_SOURCE_DIR}/include/build_date.cpp)
+target_compile_definitions(dw_build_date
+  PRIVATE DIRWATCH_BUILD_DATE="${_build_day}" DIRWATCH_BUILD_TIME="00:00:00")
+link_libraries(dw_build_date)

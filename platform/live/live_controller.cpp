@@ -11,8 +11,8 @@
 #include "platform/directory_services/asked_services.h"
 #include "platform/live/live_directory.h"
 #include "platform/live/live_dns.h"
-#include "platform/live/live_shares.h"
 #include "platform/live/live_services.h"
+#include "platform/live/live_shares.h"
 
 namespace platform {
 namespace {

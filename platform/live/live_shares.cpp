@@ -41,12 +41,13 @@ struct FreeContext {
 };
 using Context = std::unique_ptr<SMBCCTX, FreeContext>;
 
-// Null with errno. A context that no function for passwords is set in, or that is not initialised,
-// answers every call with "invalid argument", as if the address were wrong.
+// Null with errno. A context that is not initialised answers every call with "invalid argument", as
+// if the address were wrong.
 Context open_context(int timeout_s) {
   Context context(smbc_new_context());
   if (context == nullptr) return nullptr;
   smbc_setDebug(context.get(), 0);
+  smbc_setOptionDebugToStderr(context.get(), 1);  // rows may be on their way to standard output
   smbc_setTimeout(context.get(), timeout_s * 1000);
   smbc_setFunctionAuthDataWithContext(context.get(), ask_nobody);
   smbc_setOptionUseKerberos(context.get(), 1);
