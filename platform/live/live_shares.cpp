@@ -5,9 +5,10 @@
 #include <strings.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <mutex>
 #include <utility>
+
+#include "platform/live/environment_text.h"
 
 namespace platform::live {
 namespace {
@@ -171,17 +172,7 @@ class LiveShares : public Shares {
 
 }  // namespace
 
-int read_smb_timeout() {
-  const char* timeout = std::getenv("DIRWATCH_SMB_TIMEOUT");
-  if (timeout == nullptr || *timeout == '\0') return 10;
-  char* end = nullptr;
-  const long seconds = std::strtol(timeout, &end, 10);
-  if (*end != '\0' || seconds < 1 || seconds > 3600) {
-    throw ControllerError(std::string("DIRWATCH_SMB_TIMEOUT=") + timeout +
-                          ": give seconds from 1 to 3600");
-  }
-  return static_cast<int>(seconds);
-}
+int read_smb_timeout() { return seconds_from_environment("DIRWATCH_SMB_TIMEOUT", 10, 3600); }
 
 std::string smb_url(const SharePath& path) {
   const std::string plain = path.server + "/" + path.share + "/" + path.path;
