@@ -56,13 +56,17 @@ for line in (work / "reg.out").read_text(errors="replace").splitlines():
     elif key and (match := re.match(r"\s+Type\s+REG_DWORD\s+0x(\w+)", line)):
         types[key] = int(match.group(1), 16)
 
-wrong = []
+wrong, hosts = [], []
 for number, row in enumerate(rows, 1):
     name = row["srvcname"].strip()
     if row["rowno"] != number:
         wrong.append(f"{name}: row number {row['rowno']}, not {number}")
+    # Wine's driver hosts (Winedevice1 and so on) are services of the running prefix only: its
+    # service manager lists them, and its registry has no key of theirs to tell a start type.
     for column, known in (("currstat", sc), ("startype", registry)):
-        if row[column].strip() != known.get(name.lower()):
+        if column == "startype" and name.lower() not in known and name.startswith("Winedevice"):
+            hosts.append(name)
+        elif row[column].strip() != known.get(name.lower()):
             wrong.append(f"{name}: {column} is {row[column].strip()!r}, not {known.get(name.lower())!r}")
 listed = {row["srvcname"].strip().lower() for row in rows}
 for name, type_ in types.items():
@@ -82,6 +86,7 @@ else:
             wrong.append(f"{made}: {column} is {ours[0][column]!r}, not {value!r}")
 for text in wrong:
     print("windows:", text)
-print(f"windows: WinServices: {len(rows)} rows held against sc and the registry, {len(wrong)} differences")
-sys.exit(1 if wrong or len(rows) < 5 else 0)
+print(f"windows: WinServices: {len(rows)} rows held against sc and the registry, {len(wrong)} differences; "
+      f"{len(hosts)} start types are nowhere else to be read")
+sys.exit(1 if wrong or len(rows) - len(hosts) < 5 else 0)
 PY
