@@ -23,10 +23,10 @@ void collect_nothing() {
   }
 DCW_CACHE_THREAD(collectandCacheDCAData, collect_nothing<tables::DCWNTDSDCA>)
 DCW_CACHE_THREAD(collectandCacheDNSAdData, collect_nothing<tables::DCWNTDSDAI>)
-DCW_CACHE_THREAD(collectandCacheDRAData, collect_nothing<tables::DCWNTDSDRA>)
+DCW_CACHE_THREAD(collectandCacheDRAData, collectors::CollectData<tables::DCWNTDSDRA>)
 DCW_CACHE_THREAD(collectandCacheDCPData, collect_nothing<tables::DCWNTDSDCP>)
-DCW_CACHE_THREAD(collectandCacheRLTData, collect_nothing<tables::DCWNTDSRLT>)
-DCW_CACHE_THREAD(collectandCacheRPLData, collect_nothing<tables::DCWNTDSRPL>)
+DCW_CACHE_THREAD(collectandCacheRLTData, collectors::CollectData<tables::DCWNTDSRLT>)
+DCW_CACHE_THREAD(collectandCacheRPLData, collectors::CollectData<tables::DCWNTDSRPL>)
 DCW_CACHE_THREAD(collectandCacheTRSData, collect_nothing<tables::DCWNTDSTRS>)
 DCW_CACHE_THREAD(collectandCacheTTPData, collect_nothing<tables::DCWNTDSTTP>)
 #undef DCW_CACHE_THREAD

@@ -8,15 +8,12 @@
 
 // X(lower-case name, definition) for each table without a collector.
 #define DCW_FOR_EACH_PENDING_TABLE(X) \
-  X(dcwntdsdra, DCWNTDSDRA)           \
-  X(dcwntdsrpl, DCWNTDSRPL)           \
   X(dcwntdsdhc, DCWNTDSDHC)           \
   X(dcwntdsdns, DCWNTDSDNS)           \
   X(dcwntdsdai, DCWNTDSDAI)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
-  X(dcwntdsrlt, DCWNTDSRLT)           \
   X(dcwntdsttp, DCWNTDSTTP)           \
   X(dcwntdsdad, DCWNTDSDAD)           \
   X(dcwsysrpl, DCWSYSRPL)
