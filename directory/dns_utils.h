@@ -19,6 +19,7 @@
 #include "include/forest_topology_info.h"
 #include "include/gpo_info.h"
 #include "include/root_dse_info.h"
+#include "include/trust_topology_node.h"
 
 class DNSUtils {
  public:
@@ -145,4 +146,11 @@ class DNSUtils {
   static int CompareSRV(SRVDifferences* rows, SRVSummary* summary, const char* primaryName,
                         const char* fallbackName, const std::vector<std::string>& directoryNames,
                         SRVCompareMode mode, SRVRecordType recordType);
+
+  // ---- trusts -------------------------------------------------------------------------------
+
+  // Appends the trusts of the forest as the side library DWATrust.dll computes them, less those
+  // that come again the other way round. 0, also when the library cannot be used; or the status of
+  // a domain that cannot be bound, with nothing appended.
+  static int GetTrustTopologyInfo(std::vector<TrustTopologyNode>& nodes, const char* domainName);
 };

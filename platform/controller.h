@@ -256,8 +256,9 @@ struct MachineFacts {
   std::uint16_t language = 1033;
 };
 
-// platform/directory_services/services.h
+// platform/directory_services/services.h and platform/commands/command_source.h
 class DirectoryServices;
+class CommandSource;
 
 class Controller {
  public:
@@ -271,6 +272,8 @@ class Controller {
   virtual Shares* shares() { return nullptr; }
   virtual DnsSource* dns() { return nullptr; }
   virtual DirectoryServices* directory_services() { return nullptr; }
+  // Null leaves the system's commands to the programs of this machine.
+  virtual CommandSource* commands() { return nullptr; }
 };
 
 // Milliseconds since 1970 in universal time, given by whoever owns the clock; recordings use it to

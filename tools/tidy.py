@@ -16,7 +16,8 @@ import re
 import subprocess
 import sys
 
-ABOVE = ("agent", "collectors", "counters", "directory", "services", "tables", "include")
+ABOVE = ("agent", "collectors", "counters", "directory", "services", "tables", "trust_topology",
+         "include")
 BELOW = ("platform", "framework", "cli", "tests", "bench", "fuzz", "lab")
 STANDARD_BANNED = {"thread", "mutex", "condition_variable", "chrono", "future", "shared_mutex",
                    "semaphore", "unistd.h", "pthread.h", "windows.h", "dlfcn.h", "fcntl.h"}

@@ -56,6 +56,9 @@ LANGID GetSystemDefaultLangID();
 DWORD FormatMessageA(DWORD flags, const void* source, DWORD message, DWORD language, char* buffer,
                      DWORD size, va_list* arguments);
 
+DWORD FormatMessageW(DWORD flags, const void* source, DWORD message, DWORD language,
+                     wchar_t* buffer, DWORD size, va_list* arguments);
+
 HLOCAL LocalAlloc(UINT flags, SIZE_T size);
 // Null when the memory has been freed, otherwise the argument.
 HLOCAL LocalFree(HLOCAL memory);

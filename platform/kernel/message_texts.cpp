@@ -24,6 +24,7 @@ constexpr Message kSystemMessages[] = {
     {14, "Not enough memory resources are available to complete this operation."},
     {31, "A device attached to the system is not functioning."},
     {53, "The network path was not found."},
+    {64, "The specified network name is no longer available."},
     {80, "The file exists."},
     {87, "The parameter is incorrect."},
     {109, "The pipe has been ended."},
@@ -44,14 +45,41 @@ constexpr Message kSystemMessages[] = {
      "The executable program that this service is configured to run in does not implement the "
      "service."},
     {1113, "No mapping for the Unicode character exists in the target multi-byte code page."},
+    {1225, "The remote computer refused the network connection."},
+    {1256,
+     "The remote system is not available. For information about network troubleshooting, see "
+     "Windows Help."},
+    {1311, "There are currently no logon servers available to service the logon request."},
+    {1326, "The user name or password is incorrect."},
     {1355, "The specified domain either does not exist or could not be contacted."},
+    {1396, "The target account name is incorrect."},
+    {1398, "There is a time and/or date difference between the client and server."},
     {1400, "Invalid window handle."},
     {1444, "Invalid thread identifier."},
     {1460, "This operation returned because the timeout period expired."},
     {1722, "The RPC server is unavailable."},
+    {1727, "The remote procedure call failed and did not execute."},
+    {1753, "There are no more endpoints available from the endpoint mapper."},
+    {1919, "No site name is available for this machine."},
     {8224, "An operations error occurred."},
     {8240, "There is no such object on the server."},
     {8250, "The server is not operational."},
+    {8418,
+     "The replication operation failed because of a schema mismatch between the servers involved."},
+    {8439, "The distinguished name specified for this replication operation is invalid."},
+    {8446, "The replication operation failed to allocate memory."},
+    {8451, "The replication operation encountered a database error."},
+    {8452,
+     "The naming context is in the process of being removed or is not replicated from the "
+     "specified server."},
+    {8453, "Replication access was denied."},
+    {8456, "The source server is currently rejecting replication requests."},
+    {8457, "The destination server is currently rejecting replication requests."},
+    {8461, "The replication operation was preempted."},
+    {8524, "The DSA operation is unable to proceed because of a DNS lookup failure."},
+    {8614,
+     "The directory service cannot replicate with this server because the time since the last "
+     "replication with this server has exceeded the tombstone lifetime."},
     {10050, "A socket operation encountered a dead network."},
     {11001, "No such host is known."},
     {11002,
@@ -59,6 +87,21 @@ constexpr Message kSystemMessages[] = {
      "did not receive a response from an authoritative server."},
     {11003, "A non-recoverable error occurred during a database lookup."},
     {11004, "The requested name is valid, but no data of the requested type was found."},
+};
+
+// What the network's own library adds to the system's texts.
+constexpr Message kNetworkMessages[] = {
+    {2102, "The workstation driver is not installed."},
+    {2103, "The server could not be located."},
+    {2114, "The Server service is not started."},
+    {2138, "The Workstation service has not been started."},
+    {2182, "The requested service has already been started."},
+    {2184, "The service has not been started."},
+    {2185, "The service name is invalid."},
+    {2221, "The user name could not be found."},
+    {2250, "The network connection could not be found."},
+    {2270, "The computer name could not be found."},
+    {2453, "Could not find the domain controller for this domain."},
 };
 
 constexpr Message kCounterMessages[] = {
@@ -114,6 +157,7 @@ const char* find(const Table& table, DWORD code) {
 }  // namespace
 
 const char* system_message(DWORD code) { return find(kSystemMessages, code); }
+const char* network_message(DWORD code) { return find(kNetworkMessages, code); }
 const char* counter_message(DWORD code) { return find(kCounterMessages, code); }
 
 }  // namespace platform::kernel

@@ -8,5 +8,6 @@ namespace platform::kernel {
 // Null when there is none.
 const char* system_message(DWORD code);
 const char* counter_message(DWORD code);  // of PDH.DLL
+const char* network_message(DWORD code);  // of NETMSG.DLL
 
 }  // namespace platform::kernel

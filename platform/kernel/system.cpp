@@ -10,9 +10,11 @@
 #include <string>
 #include <string_view>
 
+#include "platform/adsi/wide_text.h"
 #include "platform/control.h"
 #include "platform/kernel/accounting.h"
 #include "platform/kernel/fault_point.h"
+#include "platform/kernel/libraries.h"
 #include "platform/kernel/message_texts.h"
 
 namespace {
@@ -55,11 +57,37 @@ const char* find_message(DWORD flags, const void* source, DWORD code) {
   if ((flags & FORMAT_MESSAGE_FROM_HMODULE) != 0) {
     if (source == module_handle(kCounters)) text = platform::kernel::counter_message(code);
     if (source == module_handle(kKernel)) text = platform::kernel::system_message(code);
+    if (platform::kernel::is_library(source, "netmsg"))
+      text = platform::kernel::network_message(code);
   }
   if (text == nullptr && (flags & FORMAT_MESSAGE_FROM_SYSTEM) != 0) {
     text = platform::kernel::system_message(code);
   }
   return text;
+}
+
+template <typename Character, typename Convert>
+DWORD hand_out_message(DWORD flags, const void* source, DWORD message, Character* buffer,
+                       DWORD size, Convert convert) {
+  if (buffer == nullptr) return fail(ERROR_INVALID_PARAMETER);
+  const bool allocate = (flags & FORMAT_MESSAGE_ALLOCATE_BUFFER) != 0;
+  // With a buffer of its own the call writes a null pointer first, so that a failure frees nothing.
+  if (allocate) *reinterpret_cast<Character**>(buffer) = nullptr;
+  const char* found = find_message(flags, source, message);
+  if (found == nullptr) return fail(ERROR_MR_MID_NOT_FOUND);
+  const bool one_line = (flags & FORMAT_MESSAGE_MAX_WIDTH_MASK) == FORMAT_MESSAGE_MAX_WIDTH_MASK;
+  const auto text = convert(std::string(found) + (one_line ? " " : "\r\n"));
+  const auto length = static_cast<DWORD>(text.size());
+  if (!allocate && size <= length) return fail(ERROR_INSUFFICIENT_BUFFER);
+  Character* target = buffer;
+  if (allocate) {
+    const SIZE_T wanted = std::max<SIZE_T>(length + 1, size) * sizeof(Character);
+    target = static_cast<Character*>(LocalAlloc(LMEM_FIXED, wanted));
+    if (target == nullptr) return 0;
+    *reinterpret_cast<Character**>(buffer) = target;
+  }
+  std::memcpy(target, text.c_str(), (text.size() + 1) * sizeof(Character));
+  return length;
 }
 
 DWORD copy_name(const std::string& name, char* target, DWORD* size, DWORD too_small) {
@@ -108,24 +136,16 @@ LANGID GetSystemDefaultLangID() { return platform::controller()->machine().langu
 DWORD FormatMessageA(DWORD flags, const void* source, DWORD message, DWORD, char* buffer,
                      DWORD size, va_list*) {
   if (const auto fault = platform::fault_point("FormatMessageA")) return fail(fault->win32());
-  if (buffer == nullptr) return fail(ERROR_INVALID_PARAMETER);
-  const bool allocate = (flags & FORMAT_MESSAGE_ALLOCATE_BUFFER) != 0;
-  // With a buffer of its own the call writes a null pointer first, so that a failure frees nothing.
-  if (allocate) *reinterpret_cast<char**>(buffer) = nullptr;
-  const char* found = find_message(flags, source, message);
-  if (found == nullptr) return fail(ERROR_MR_MID_NOT_FOUND);
-  std::string text = found;
-  text += (flags & FORMAT_MESSAGE_MAX_WIDTH_MASK) == FORMAT_MESSAGE_MAX_WIDTH_MASK ? " " : "\r\n";
-  const auto length = static_cast<DWORD>(text.size());
-  if (!allocate && size <= length) return fail(ERROR_INSUFFICIENT_BUFFER);
-  char* target = buffer;
-  if (allocate) {
-    target = static_cast<char*>(LocalAlloc(LMEM_FIXED, std::max<SIZE_T>(length + 1, size)));
-    if (target == nullptr) return 0;
-    *reinterpret_cast<char**>(buffer) = target;
+  return hand_out_message<char>(flags, source, message, buffer, size,
+                                [](const std::string& text) { return text; });
+}
+
+DWORD FormatMessageW(DWORD flags, const void* source, DWORD message, DWORD, wchar_t* buffer,
+                     DWORD size, va_list*) {
+  if (const auto fault = platform::fault_point("FormatMessageW", ERROR_MR_MID_NOT_FOUND)) {
+    return fail(fault->win32());
   }
-  std::memcpy(target, text.c_str(), text.size() + 1);
-  return length;
+  return hand_out_message<wchar_t>(flags, source, message, buffer, size, platform::wide_text);
 }
 
 HLOCAL LocalAlloc(UINT flags, SIZE_T size) {

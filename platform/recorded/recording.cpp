@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/commands/recorded_commands.h"
 #include "platform/counters/recorded_counters.h"
 #include "platform/directory_services/recorded_services.h"
 #include "platform/dns/recorded_dns.h"
@@ -26,6 +27,8 @@ constexpr char kServicesFile[] = "services.json";
 constexpr char kLocatorFile[] = "locator.json";
 constexpr char kReplicationFile[] = "replication.json";
 constexpr char kTrustsFile[] = "trusts.json";
+constexpr char kCommandsFile[] = "commands.json";
+constexpr char kCommandsFolder[] = "commands/";
 constexpr char kZoneFile[] = "dns.zone";
 constexpr char kSharesFolder[] = "shares/";
 
@@ -47,6 +50,7 @@ struct Parts {
   std::unique_ptr<Shares> shares;
   std::unique_ptr<DnsSource> dns;
   std::unique_ptr<DirectoryServices> directory_services;
+  std::unique_ptr<CommandSource> commands;
 };
 
 class RecordedController : public Controller {
@@ -63,6 +67,7 @@ class RecordedController : public Controller {
   Shares* shares() override { return parts_.shares.get(); }
   DnsSource* dns() override { return parts_.dns.get(); }
   DirectoryServices* directory_services() override { return parts_.directory_services.get(); }
+  CommandSource* commands() override { return parts_.commands.get(); }
 
  private:
   const std::string description_;
@@ -218,6 +223,8 @@ std::shared_ptr<Controller> make_recording(const RecordingFiles& files, std::str
     throw ControllerError(description + ": holds neither " + kDirectoryFile + " nor " +
                           kCountersFile + " nor " + kRegistryFile + " nor " + kServicesFile);
   }
+  // There also where none is recorded: a recording never reaches out to this machine's own.
+  parts.commands = read_commands(text_of(kCommandsFile), files_under(kCommandsFolder, files));
   const auto shared = files_under(kSharesFolder, files);
   if (!shared.empty()) parts.shares = make_recorded_shares(shared, facts.dns_suffix);
   if (const std::string* text = text_of(kZoneFile)) parts.dns = read_dns(*text, kZoneFile);
@@ -232,9 +239,10 @@ std::shared_ptr<Controller> open_recording(const std::string& folder, Clock cloc
   }
   RecordingFiles files;
   for (const char* name : {kDirectoryFile, kCountersFile, kRegistryFile, kServicesFile, kZoneFile,
-                           kLocatorFile, kReplicationFile, kTrustsFile}) {
+                           kLocatorFile, kReplicationFile, kTrustsFile, kCommandsFile}) {
     if (std::filesystem::exists(root / name, error)) files[name] = read_file(root / name);
   }
+  read_folder(root, kCommandsFolder, files);
   read_folder(root, kSharesFolder, files);
   try {
     return make_recording(files, folder, std::move(clock));
