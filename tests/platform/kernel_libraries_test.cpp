@@ -84,8 +84,10 @@ TEST_F(KernelLibraries, FailOnPurpose) {
 
 TEST_F(KernelLibraries, KnowTheMachineAndNoOtherName) {
   const HMODULE library = LoadLibraryA("ws2_32");
-  const auto get = reinterpret_cast<LPFN_GETADDRINFO>(GetProcAddress(library, "getaddrinfo"));
-  const auto free = reinterpret_cast<LPFN_FREEADDRINFO>(GetProcAddress(library, "freeaddrinfo"));
+  const auto get = reinterpret_cast<LPFN_GETADDRINFO>(
+      reinterpret_cast<void*>(GetProcAddress(library, "getaddrinfo")));
+  const auto free = reinterpret_cast<LPFN_FREEADDRINFO>(
+      reinterpret_cast<void*>(GetProcAddress(library, "freeaddrinfo")));
   ADDRINFOA hints{};
   ADDRINFOA* found = nullptr;
   EXPECT_EQ(WSAHOST_NOT_FOUND, get("elsewhere", nullptr, &hints, &found));
