@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-
 namespace directory {
 
 HRESULT bind_object(const wchar_t* path, Reference<IADs>& object) {
