@@ -14,6 +14,14 @@ struct TablesOptions {
 };
 int tables_command(const TablesOptions& options);
 
+struct CountersOptions {
+  std::string table;            // empty: every table that shows counters
+  std::string controller;       // as of sample below
+  std::string format = "text";  // text or json
+};
+// Each counter that the tables want, whether it is there, and its value. 1 when none is there.
+int counters_command(const CountersOptions& options);
+
 struct SampleOptions {
   std::vector<std::string> tables;  // none: every table whose collector is built
   std::string controller;           // empty: the environment's, else the embedded recording

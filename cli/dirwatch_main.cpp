@@ -30,6 +30,14 @@ int main(int argc, char** argv) {
   tables_command->add_option("-f,--format", tables.format, "text or json")
       ->check(CLI::IsMember({"text", "json"}));
 
+  cli::CountersOptions counters;
+  CLI::App* counters_command = app.add_subcommand(
+      "counters", "Show each performance counter that the tables want: is it there, and its value");
+  counters_command->add_option("TABLE", counters.table, "one table by name; default: all of them");
+  add_controller(counters_command, counters.controller);
+  counters_command->add_option("-f,--format", counters.format, "text or json")
+      ->check(CLI::IsMember({"text", "json"}));
+
   cli::SampleOptions sample;
   CLI::App* sample_command = app.add_subcommand(
       "sample", "Sample tables once; the exit status is 0 when every table named gave rows");
@@ -62,6 +70,7 @@ int main(int argc, char** argv) {
     return app.exit(error) == 0 ? 0 : 2;
   }
   if (*tables_command) return cli::tables_command(tables);
+  if (*counters_command) return cli::counters_command(counters);
   if (*sample_command) return cli::sample_command(sample);
   if (*run_command) return cli::run_command(run);
   return cli::record_command(record);

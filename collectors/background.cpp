@@ -22,7 +22,7 @@ void collect_nothing() {
     return collectors::run_cache_thread(trace, &collect); \
   }
 DCW_CACHE_THREAD(collectandCacheDCAData, collect_nothing<tables::DCWNTDSDCA>)
-DCW_CACHE_THREAD(collectandCacheDNSAdData, collect_nothing<tables::DCWNTDSDAI>)
+DCW_CACHE_THREAD(collectandCacheDNSAdData, collectors::CollectData<tables::DCWNTDSDAI>)
 DCW_CACHE_THREAD(collectandCacheDRAData, collectors::CollectData<tables::DCWNTDSDRA>)
 DCW_CACHE_THREAD(collectandCacheDCPData, collect_nothing<tables::DCWNTDSDCP>)
 DCW_CACHE_THREAD(collectandCacheRLTData, collectors::CollectData<tables::DCWNTDSRLT>)

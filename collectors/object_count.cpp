@@ -6,7 +6,6 @@
 #include "collectors/background.h"
 #include "directory/automation.h"
 #include "directory/dns_utils.h"
-#include "include/decimal.h"
 #include "include/platform/files.h"
 #include "include/platform/threads.h"
 #include "include/settings.h"
@@ -22,11 +21,6 @@ std::string object_count_path() {
   path += "WATCHD6_x64";
   path += "\\logs\\NumberOfObjects.txt";
   return path;
-}
-
-std::int32_t object_count(std::string_view file) {
-  const std::string_view text = file.substr(0, kObjectCountSize);
-  return decimal_number(text.substr(0, text.find('\0')));
 }
 
 bool write_object_count(const std::string& path, std::int32_t count) {

@@ -4,21 +4,15 @@
 // takes minutes. Writer and reader share it without a lock; a reader that meets the writer finds no
 // file or a short one, and shows 0 or a part until the next sample.
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
-#include <string_view>
+
+#include "collectors/object_count_text.h"
 
 namespace collectors {
 
-// What a reader takes of the file at most.
-inline constexpr std::size_t kObjectCountSize = 16;
-
 // Beneath the installation's folder. Without MARLOW_HOME the path begins at the root of the drive.
 std::string object_count_path();
-
-// The number at the front of the file's first 16 bytes; 0 when there is none. Pure.
-std::int32_t object_count(std::string_view file);
 
 // Replaces the file. False when it cannot be opened or written.
 bool write_object_count(const std::string& path, std::int32_t count);

@@ -8,14 +8,10 @@
 
 // X(lower-case name, definition) for each table without a collector.
 #define DCW_FOR_EACH_PENDING_TABLE(X) \
-  X(dcwntdsdhc, DCWNTDSDHC)           \
-  X(dcwntdsdns, DCWNTDSDNS)           \
-  X(dcwntdsdai, DCWNTDSDAI)           \
   X(dcwntdsdca, DCWNTDSDCA)           \
   X(dcwntdsdcp, DCWNTDSDCP)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsttp, DCWNTDSTTP)           \
-  X(dcwntdsdad, DCWNTDSDAD)           \
   X(dcwsysrpl, DCWSYSRPL)
 
 // Whether the table of that upper-case name has no collector yet.

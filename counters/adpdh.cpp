@@ -69,11 +69,6 @@ const std::array<Collector, 18> kCollectors = {{
 bool is_major_six() { return g_osMajorVersion == 6; }
 bool is_six_one() { return is_major_six() && g_osMinorVersion == 1; }
 
-CounterRows rows_of(std::uint32_t id) {
-  if (id == kDhcpCollector) return is_six_one() ? CounterRows(g_DHCPListV61) : g_DHCPList;
-  return is_major_six() ? kCollectors[id].rows_v6 : kCollectors[id].rows;
-}
-
 std::int32_t count_of(CounterRows rows) { return static_cast<std::int32_t>(rows.size()); }
 
 // The C library's atoi leaves numbers beyond 32 bits open; these end at the limits.
@@ -84,6 +79,12 @@ std::int32_t number(const char* text) {
 }
 
 }  // namespace
+
+CounterRows list_of_collector(std::uint32_t id) {
+  if (id >= kCollectors.size()) return {};
+  if (id == kDhcpCollector) return is_six_one() ? CounterRows(g_DHCPListV61) : g_DHCPList;
+  return is_major_six() ? kCollectors[id].rows_v6 : kCollectors[id].rows;
+}
 
 ADPDH::ADPDH(std::uint32_t table_id) : tableId(table_id) {
   DCW_TRACE("ADPDH");
@@ -127,7 +128,7 @@ std::int32_t ADPDH::Initialize() {
     return trace.returns(1);
   }
   const Collector& collector = kCollectors[tableId];
-  const CounterRows rows = rows_of(tableId);
+  const CounterRows rows = list_of_collector(tableId);
   if (collector.set_up == SetUp::kOneInstance) {
     counterCount = count_of(rows);
     initialize_instances(collector.name, rows);

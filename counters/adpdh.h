@@ -50,6 +50,10 @@ enum CollectorId : std::uint32_t {
   kDfsFolderCollector = 17,
 };
 
+// The counters that a collector reads on this version of the system, as g_osMajorVersion and
+// g_osMinorVersion tell it; none for a number that is no collector's.
+counters::CounterRows list_of_collector(std::uint32_t id);
+
 class ADPDH {
  public:
   // Characters of an instance name that a collector keeps, and that the rows' columns hold.

@@ -72,9 +72,9 @@ std::int32_t ADPDH::FetchDFSRInstances() {
     FirstInstance chosen;
   };
   std::array<Object, 3> objects = {{
-      {"DFS Replication Service Volumes", &serviceVolumeInstance, {}},
-      {"DFS Replication Connections", &connectionInstance, {}},
-      {"DFS Replicated Folders", &replicatedFolderInstance, {}},
+      {counters::kDfsVolumes, &serviceVolumeInstance, {}},
+      {counters::kDfsConnections, &connectionInstance, {}},
+      {counters::kDfsFolders, &replicatedFolderInstance, {}},
   }};
   bool same = true;
   for (Object& object : objects) {

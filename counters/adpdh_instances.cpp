@@ -69,6 +69,10 @@ std::int32_t ADPDH_instances::GetCounterCount(std::int32_t index) const {
   return collectors.at(static_cast<std::size_t>(index))->GetCounterCount();
 }
 
+const char* ADPDH_instances::GetInstanceName(std::int32_t index) const {
+  return collectors.at(static_cast<std::size_t>(index))->instance_name();
+}
+
 void ADPDH_instances::getDataValues(std::int32_t index, const double*& values, Name& name) {
   DCW_TRACE("getDataValues");
   ADPDH& collector = *collectors.at(static_cast<std::size_t>(index));

@@ -33,6 +33,7 @@ class ADPDH_instances {
   // the next call; there are GetCounterCount(index) of them.
   void getDataValues(std::int32_t index, const double*& values, Name& name);
   std::int32_t GetCounterCount(std::int32_t index) const;
+  const char* GetInstanceName(std::int32_t index) const;
 
  private:
   std::int32_t instanceCount = 0;

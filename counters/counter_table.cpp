@@ -45,8 +45,16 @@ void project(std::span<const Placed> columns, const double* values, std::int32_t
   }
 }
 
+void set_all(std::span<const Placed> columns, std::int32_t value, char* row) {
+  for (const Placed& column : columns) std::memcpy(row + column.offset, &value, sizeof value);
+}
+
 std::int32_t difference(std::int32_t a, std::int32_t b) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
+}
+
+std::int32_t sum(std::int32_t a, std::int32_t b) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
 
 void wait_for_collectors() { WaitForSingleObject(g_allocateGlobalsEvent.load(), INFINITE); }

@@ -72,8 +72,11 @@ std::int32_t truncated(double value);
 // Writes the columns. A value beyond those that the collector has leaves its column 0.
 void project(std::span<const Placed> columns, const double* values, std::int32_t count, char* row);
 
-// a - b in 32 bits, as the readers of the rows compute it too: beyond them it starts over.
+void set_all(std::span<const Placed> columns, std::int32_t value, char* row);
+
+// In 32 bits, as the readers of the rows compute it too: beyond them it starts over.
 std::int32_t difference(std::int32_t a, std::int32_t b);
+std::int32_t sum(std::int32_t a, std::int32_t b);
 
 // What a table keeps between samples. One a table, static, and deliberately without a lock: the
 // framework never runs two samples of one table at once.

@@ -7,7 +7,6 @@
 
 #include "counters/collector_in_use.h"
 #include "counters/localise.h"
-#include "include/platform/system.h"
 #include "include/settings.h"
 #include "include/trace.h"
 #include "include/trc.h"
@@ -31,8 +30,6 @@ std::atomic<ADPDH_instances*> g_DFSV{nullptr};
 std::atomic<ADPDH_instances*> g_DFRF{nullptr};
 
 namespace {
-
-constexpr LANGID kUnitedStatesEnglish = 1033;
 
 template <typename Object, typename... Arguments>
 void build(std::atomic<Object*>& global, Arguments... arguments) {
@@ -76,9 +73,9 @@ struct InstanceGlobal {
   const char* object;
 };
 constexpr InstanceGlobal kInstanceGlobals[] = {
-    {"g_DFRC", &g_DFRC, kDfsConnectionCollector, "DFS Replication Connections"},
-    {"g_DFSV", &g_DFSV, kDfsVolumeCollector, "DFS Replication Service Volumes"},
-    {"g_DFRF", &g_DFRF, kDfsFolderCollector, "DFS Replicated Folders"},
+    {"g_DFRC", &g_DFRC, kDfsConnectionCollector, counters::kDfsConnections},
+    {"g_DFSV", &g_DFSV, kDfsVolumeCollector, counters::kDfsVolumes},
+    {"g_DFRF", &g_DFRF, kDfsFolderCollector, counters::kDfsFolders},
 };
 
 template <typename Object>
@@ -103,8 +100,7 @@ unsigned __stdcall allocateGlobals(void*) {
   SYS1_GetLock(&g_collectLock);
   if (const HANDLE waited_for = g_allocationHasLock; waited_for != nullptr) SetEvent(waited_for);
   ResetEvent(g_allocateGlobalsEvent);
-  // No other language counts as English: another English has the same names, found the long way.
-  if (GetSystemDefaultLangID() == kUnitedStatesEnglish) {
+  if (has_default_english()) {
     trace.always()("\n\nUsing Default English Version.");
   } else {
     convertToLocalizedLanguage();

@@ -24,6 +24,12 @@ struct CounterList {
   CounterRows rows;
 };
 
+// The objects with instances. Deliberately asked for by these names in every language: only the
+// lists are translated.
+inline constexpr const char* kDfsVolumes = "DFS Replication Service Volumes";
+inline constexpr const char* kDfsConnections = "DFS Replication Connections";
+inline constexpr const char* kDfsFolders = "DFS Replicated Folders";
+
 }  // namespace counters
 
 extern std::array<counters::CounterRow, 7> g_ABList;

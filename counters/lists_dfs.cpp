@@ -7,10 +7,6 @@ namespace {
 
 using namespace counters;
 
-constexpr const char* kVolumes = "DFS Replication Service Volumes";
-constexpr const char* kConnections = "DFS Replication Connections";
-constexpr const char* kFolders = "DFS Replicated Folders";
-
 constexpr std::array kDfs = {
     "Database Lookups",
     "Database Commits",
@@ -63,8 +59,9 @@ constexpr auto kFolderNames = part<15, 27>(kDfs);
 }  // namespace
 
 constinit std::array<CounterRow, 42> g_DFSRList =
-    join(join(rows(kVolumes, nullptr, kVolumeNames), rows(kConnections, nullptr, kConnectionNames)),
-         rows(kFolders, nullptr, kFolderNames));
-constinit std::array<CounterRow, 10> g_DFRCList = rows(kConnections, nullptr, kConnectionNames);
-constinit std::array<CounterRow, 5> g_DFSVList = rows(kVolumes, nullptr, kVolumeNames);
-constinit std::array<CounterRow, 27> g_DFRFList = rows(kFolders, nullptr, kFolderNames);
+    join(join(rows(kDfsVolumes, nullptr, kVolumeNames),
+              rows(kDfsConnections, nullptr, kConnectionNames)),
+         rows(kDfsFolders, nullptr, kFolderNames));
+constinit std::array<CounterRow, 10> g_DFRCList = rows(kDfsConnections, nullptr, kConnectionNames);
+constinit std::array<CounterRow, 5> g_DFSVList = rows(kDfsVolumes, nullptr, kVolumeNames);
+constinit std::array<CounterRow, 27> g_DFRFList = rows(kDfsFolders, nullptr, kFolderNames);

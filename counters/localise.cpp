@@ -15,6 +15,7 @@
 #include "counters/lists.h"
 #include "include/platform/counters.h"
 #include "include/platform/registry.h"
+#include "include/platform/system.h"
 #include "include/trace.h"
 
 using counters::CounterList;
@@ -118,6 +119,11 @@ void rewrite(const CounterList& list, const WantedNames& wanted) {
 }
 
 }  // namespace
+
+bool has_default_english() {
+  constexpr LANGID kUnitedStatesEnglish = 1033;
+  return GetSystemDefaultLangID() == kUnitedStatesEnglish;
+}
 
 void convertToLocalizedLanguage() {
   DCW_TRACE("convertToLocalizedLanguage");

@@ -6,6 +6,10 @@
 #include <optional>
 #include <string>
 
+// False where the lists need translating. No other language counts as English: another English has
+// the same names, found the long way.
+bool has_default_english();
+
 // Rewrites object and counter names of all lists in place, once a process, before any collector is
 // built and therefore without a lock. A name without translation stays English. Failures are traced
 // only; the names not reached then stay English too.

@@ -4,6 +4,7 @@
 // EventArrived_dcw_dcwntdsab, and likewise for each table. The init functions give 0, or the
 // failure of the registration, and are called once each by LoadAgents.
 
+#include "tables/agent_states.h"
 #include "tables/catalogue.h"
 #include "tables/numbered_agents.h"
 #include "tables/table.h"

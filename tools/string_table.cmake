@@ -56,6 +56,10 @@ function(dirwatch_strings room file)
   endif()
   # Nothing refers to these by name, so that a static library would drop them.
   add_library(${room}_strings OBJECT ${source})
+  if(WIN32)
+    # The resource compiler takes none of the compiler's options.
+    set_target_properties(${room}_strings PROPERTIES COMPILE_OPTIONS "" COMPILE_DEFINITIONS "")
+  endif()
   target_link_libraries(${room} INTERFACE $<TARGET_OBJECTS:${room}_strings>)
   add_dependencies(${room} ${room}_strings)
 endfunction()

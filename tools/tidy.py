@@ -22,7 +22,7 @@ BELOW = ("platform", "framework", "cli", "tests", "bench", "fuzz", "lab")
 STANDARD_BANNED = {"thread", "mutex", "condition_variable", "chrono", "future", "shared_mutex",
                    "semaphore", "unistd.h", "pthread.h", "windows.h", "dlfcn.h", "fcntl.h"}
 RAW_CLOSE = re.compile(r"\b(CloseHandle|RegCloseKey|PdhCloseQuery|SysFreeString|VariantClear|"
-                       r"SafeArrayDestroy|ADsFreeEnumerator|FindClose|_pclose|fclose)\s*\(|->Release\(\)")
+                       r"SafeArrayDestroy|ADsFreeEnumerator|CloseServiceHandle|FindClose|_pclose|fclose)\s*\(|->Release\(\)")
 FUNCTION_LINES = 70
 FILE_LINES = 500
 

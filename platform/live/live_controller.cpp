@@ -8,8 +8,11 @@
 #include <utility>
 
 #include "platform/controller.h"
+#include "platform/directory_services/asked_services.h"
 #include "platform/live/live_directory.h"
+#include "platform/live/live_dns.h"
 #include "platform/live/live_services.h"
+#include "platform/live/live_shares.h"
 
 namespace platform {
 namespace {
@@ -43,7 +46,10 @@ void read_system_version(live::LiveDirectory& directory, const Entry& root, Mach
 class LiveController : public Controller {
  public:
   explicit LiveController(const std::string& url)
-      : address_(live::parse_address(url)), directory_(address_) {
+      : address_(live::parse_address(url)),
+        directory_(address_),
+        dns_(live::make_live_dns(live::read_dns_options())),
+        shares_(live::make_live_shares(live::read_smb_timeout())) {
     Entry root;
     if (directory_.read_root("", root) != kDirectoryOk) {
       throw ControllerError(directory_.last_failure());
@@ -59,6 +65,7 @@ class LiveController : public Controller {
     if (dot != std::string::npos) facts_.dns_suffix = full_name.substr(dot + 1);
     directory_.set_own_name(full_name);
     read_system_version(directory_, root, facts_);
+    directory_services_ = make_asked_services(directory_, dns());
   }
 
   std::string description() const override { return address_.uri(); }
@@ -67,12 +74,18 @@ class LiveController : public Controller {
   CounterSource* counters() override { return nullptr; }
   RegistryHive* registry() override { return nullptr; }
   ServiceManager* services() override { return &services_; }
+  DirectoryServices* directory_services() override { return directory_services_.get(); }
+  Shares* shares() override { return shares_.get(); }
+  DnsSource* dns() override { return dns_.get(); }
 
  private:
   const live::Address address_;
   live::LiveDirectory directory_;
+  const std::unique_ptr<DnsSource> dns_;
+  const std::unique_ptr<Shares> shares_;
   MachineFacts facts_;
   live::LiveServices services_;
+  std::unique_ptr<DirectoryServices> directory_services_;
 };
 
 }  // namespace

@@ -1,24 +1,15 @@
 // A day of the whole agent, and what it holds on to.
 
-#include <malloc.h>
-
 #include "agent/session.h"
 #include "include/platform/threads.h"
 #include "include/xaf.h"
 #include "tests/agent/agent_run.h"
-
-extern "C" std::size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
+#include "tests/support/memory.h"
 
 namespace {
 
+using testing_support::bytes_in_use;
 using testing_support::SmallRecording;
-
-std::size_t bytes_in_use() {
-  if (__sanitizer_get_current_allocated_bytes != nullptr) {
-    return __sanitizer_get_current_allocated_bytes();
-  }
-  return mallinfo2().uordblks;
-}
 
 constexpr std::uint32_t kHour_ms = 3600000;
 

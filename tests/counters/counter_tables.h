@@ -63,15 +63,17 @@ class CounterTables : public CountersTest {
 // cost that sample; nothing may be lost for good, and nothing may fall over.
 class FaultSweep : public CounterTables {
  protected:
+  virtual void install_machine() { install(all_series()); }
+
   template <const auto& kTable, typename Collector, typename... Arguments>
   void sweep(std::atomic<Collector*>* global, Arguments... arguments) {
-    install(all_series());
+    install_machine();
     set_version(10, 0);
     SetEvent(g_allocateGlobalsEvent);
-    const auto sample_with = sampler<kTable>();
     const auto scenario = [&] {
       if (global != nullptr) *global = new Collector(arguments...);
-      const auto rows = sample_with->sample();
+      // A new object each time: what one keeps from sample to sample begins anew with it.
+      const auto rows = sampler<kTable>()->sample();
       EXPECT_LE(rows.size(), 1u);
       if (global != nullptr) delete global->exchange(nullptr);
       return rows.empty() ? std::string() : rows[0];

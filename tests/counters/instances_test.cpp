@@ -2,6 +2,7 @@
 
 #include "counter_tables.h"
 #include "counters/adpdh_instances.h"
+#include "include/platform/threads.h"
 
 namespace {
 
@@ -107,6 +108,59 @@ TEST_F(Instances, AreNotFoundWhenTheListCannotBeRead) {
   EXPECT_EQ(
       ADPDH_instances(kDfsVolumeCollector, "DFS Replication Service Volumes").GetInstanceCount(),
       0);
+}
+
+TEST_F(Instances, ThatComeLaterHaveARowOnceTheCollectorsAreBuiltAnew) {
+  std::vector<Series> later = series_of(g_DFSVList, 200, "D:");
+  for (Series& one : later) one.cells.insert(one.cells.begin(), std::nullopt);
+  install(series_of(g_DFSVList, 100, "C:") + later, {0, 20000});
+  allocateGlobals(nullptr);
+  Sleep(20000);
+  EXPECT_EQ(sample<tables::DCWNTDSDSV>().size(), 1u);
+  deleteGlobals();
+  allocateGlobals(nullptr);
+  const auto rows = sample<tables::DCWNTDSDSV>();
+  ASSERT_EQ(rows.size(), 2u);
+  EXPECT_EQ(rows[1].substr(80), columns_of({200, 201, 202, 203, 204}) + name_column("D:"));
+}
+
+TEST_F(Instances, ThatLoseACounterShowZeroForItAlone) {
+  std::vector<Series> series = series_of(g_DFSVList, 100, "C:");
+  series[2].cells = {102, std::nullopt, 302};
+  install(series, {0, 20000, 40000});
+  allocateGlobals(nullptr);
+  const auto data = [this] { return sample<tables::DCWNTDSDSV>().at(0).substr(80); };
+  EXPECT_EQ(data(), columns_of({100, 101, 102, 103, 104}) + name_column("C:"));
+  Sleep(20000);
+  EXPECT_EQ(data(), columns_of({100, 101, 0, 103, 104}) + name_column("C:"));
+  EXPECT_TRUE(
+      trace.contains("PGFCV failed for [ Table :DFSV, Counter#: USN Journal Unread "
+                     "Percentage ] "));
+  Sleep(20000);
+  EXPECT_EQ(data(), columns_of({100, 101, 302, 103, 104}) + name_column("C:"));
+}
+
+// With none of its counters there a query has nothing to collect, and the values stay as they were.
+TEST_F(Instances, ThatGoKeepTheirRowWithTheNumbersOfBeforeUntilTheyAreBack) {
+  std::vector<Series> series = series_of(g_DFSVList, 100, "C:");
+  for (Series& one : series) one.cells = {one.cells[0], std::nullopt, *one.cells[0] + 200};
+  install(series + series_of(g_DFSVList, 500, "D:"), {0, 20000, 40000});
+  allocateGlobals(nullptr);
+  const auto data = [this] {
+    std::vector<std::string> rows = sample<tables::DCWNTDSDSV>();
+    for (std::string& row : rows) row.erase(0, 80);
+    return rows;
+  };
+  const std::string other = columns_of({500, 501, 502, 503, 504}) + name_column("D:");
+  const std::string first = columns_of({100, 101, 102, 103, 104}) + name_column("C:");
+  EXPECT_THAT(data(), ElementsAre(first, other));
+  EXPECT_EQ(trace.count("PCQD failed 800007d5"), 0u);
+  Sleep(20000);
+  EXPECT_THAT(data(), ElementsAre(first, other));
+  EXPECT_EQ(trace.count("PCQD failed 800007d5"), 1u);
+  Sleep(20000);
+  EXPECT_THAT(data(),
+              ElementsAre(columns_of({300, 301, 302, 303, 304}) + name_column("C:"), other));
 }
 
 class FirstInstance : public Instances {

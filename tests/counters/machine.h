@@ -92,9 +92,11 @@ class Machine : public platform::Controller {
   }
   platform::CounterSource* counters() override { return counters_.get(); }
   platform::RegistryHive* registry() override { return registry_.get(); }
+  platform::ServiceManager* services() override { return service_manager.get(); }
 
   platform::MachineFacts facts;
-  std::shared_ptr<platform::Controller> domain;  // null: the machine belongs to none
+  std::shared_ptr<platform::ServiceManager> service_manager;  // null: it has none
+  std::shared_ptr<platform::Controller> domain;               // null: the machine belongs to none
 
  private:
   std::unique_ptr<platform::CounterSource> counters_;

@@ -36,7 +36,9 @@ class Asking : public ::testing::Test {
   }
 
   // Another forest from now on.
-  void answer_from(const std::string& text) { recording_.emplace(text); }
+  void answer_from(const std::string& text, const std::map<std::string, std::string>& files = {}) {
+    recording_.emplace(text, "", files);
+  }
 
   // Fails each platform call that the question reaches, one at a time: nothing may crash or stay
   // behind, and the answer is right again afterwards. ask gives its answer as text. required: what

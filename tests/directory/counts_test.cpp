@@ -114,7 +114,8 @@ TEST_F(GetNumberOfUsersLocked, YieldsAtEvery50thRecordWhereYieldingIsOn) {
 TEST_F(GetNumberOfUsersLocked, CutsACommandThatDoesNotFit) {
   // The filter is lost with the end of the command, which the provider then refuses.
   const std::string longest = "DC=" + std::string(225, 'a');
-  std::string text = forest_with("defaultNamingContext: " + kDomain, "defaultNamingContext: " + longest);
+  std::string text =
+      forest_with("defaultNamingContext: " + kDomain, "defaultNamingContext: " + longest);
   answer_from(text);
   std::int32_t count = 0;
   EXPECT_THROW(DNSUtils::GetNumberOfUsersLocked(count), AutomationError);
@@ -162,9 +163,8 @@ TEST_F(GetNumberOfObjectsInDomain, YieldsAtEvery100thRecordWhateverTheSetting) {
 }
 
 TEST_F(GetNumberOfObjectsInDomain, SurvivesEachPlatformCallFailingOnce) {
-  sweep([] { return caught(objects); },
-        {{"ADsGetObject", "Error: Unable to get object"},
-         {"Recordset::MoveNext", "Error: Exeception is thrown"}});
+  sweep([] { return caught(objects); }, {{"ADsGetObject", "Error: Unable to get object"},
+                                         {"Recordset::MoveNext", "Error: Exeception is thrown"}});
 }
 
 class IsOptionalFeatureEnabled : public Asking {

@@ -34,10 +34,10 @@ std::string forest_of_policies() {
 class GetAllGPOList : public Asking {
  protected:
   GetAllGPOList() : Asking(forest_of_policies()) {
-    recording_.emplace(forest_of_policies(), "",
-                       testing_support::MoreFiles{
-                           {"shares/corp.example/sysvol/corp.example/Policies/{A}/GPT.INI",
-                            "[General]\r\nVersion=12\r\ndisplayName=New\r\n"}});
+    recording_.emplace(
+        forest_of_policies(), "",
+        testing_support::MoreFiles{{"shares/corp.example/sysvol/corp.example/Policies/{A}/GPT.INI",
+                                    "[General]\r\nVersion=12\r\ndisplayName=New\r\n"}});
   }
   std::vector<GPOInfo> list(int expected = ADSI_ENUM_END) {
     std::vector<GPOInfo> records;

@@ -84,9 +84,8 @@ TEST_F(CompareSRV, PutsBogusRowsBeforeMissingOnes) {
 }
 
 TEST_F(CompareSRV, ComparesTheFallbacksRecordsWhereTheFirstNameDoesNotExist) {
-  EXPECT_EQ("dc2.corp.example/0/0;",
-            rows(kNoName, kOld, {"dc1.corp.example", "dc2.corp.example"},
-                 SRVRecordType::kGlobalCatalog));
+  EXPECT_EQ("dc2.corp.example/0/0;", rows(kNoName, kOld, {"dc1.corp.example", "dc2.corp.example"},
+                                          SRVRecordType::kGlobalCatalog));
 }
 
 TEST_F(CompareSRV, DoesNotFallBackAfterAnyOtherFailure) {
@@ -117,8 +116,8 @@ TEST_F(CompareSRV, OfNothingWithNothingAppendsNothing) {
 
 TEST_F(CompareSRV, TellsANegativeStatus) {
   platform::faults::fail("DnsQuery_A", 1, -7);
-  EXPECT_EQ("dc1.corp.example/2/0;", rows(kPrimary, kOld, {"dc1.corp.example"},
-                                          SRVRecordType::kPrimaryDomainController));
+  EXPECT_EQ("dc1.corp.example/2/0;",
+            rows(kPrimary, kOld, {"dc1.corp.example"}, SRVRecordType::kPrimaryDomainController));
   EXPECT_EQ(1u, trace_.count("DnsQuery Failed with status : -7 for record : 2"));
 }
 
@@ -127,8 +126,7 @@ TEST_F(CompareSRV, AfterAFailedQueryAssignsTheCountAndAddsToTheSum) {
   row.set<"DAIDCM">(5);
   row.set<"DAINDM">(5);
   platform::faults::fail("DnsQuery_A", 1, 9002);
-  add(row, kPrimary, kOld, {"a.corp.example", "b.corp.example"},
-      SRVRecordType::kDomainController);
+  add(row, kPrimary, kOld, {"a.corp.example", "b.corp.example"}, SRVRecordType::kDomainController);
   EXPECT_EQ(2, row.integer<"DAIDCM">());
   EXPECT_EQ(7, row.integer<"DAINDM">());
   EXPECT_EQ(padded("b.corp.example"), row.text<"DAIMDC">());

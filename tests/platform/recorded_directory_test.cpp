@@ -328,8 +328,9 @@ TEST_F(RecordingFolder, WhatHasNoFileIsAbsent) {
 }
 
 TEST_F(RecordingFolder, FaultsNameTheFileInItsFolder) {
-  EXPECT_EQ(fault(),
-            folder_.string() + ": holds neither directory.ldif nor counters.csv nor registry.reg");
+  EXPECT_EQ(fault(), folder_.string() +
+                         ": holds neither directory.ldif nor counters.csv nor registry.reg nor "
+                         "services.json");
   write("directory.ldif", "dn: DC=x\n");
   EXPECT_EQ(fault(), folder_.string() + "/directory.ldif:1: an entry without attributes");
   std::filesystem::remove_all(folder_);

@@ -87,6 +87,9 @@ else
   wrong "dirwatch.exe tables --format json differs from the Linux program's"
 fi
 
+"$root/tests/windows/services.sh" "$stage" "$work" "$build/equipment/service_fixture.exe" ||
+  wrong "the rows of WinServices"
+
 # The console agent: its start and its stop leave the required lines in the trace, in this order.
 cat >"$work/agent.toml" <<EOT
 [framework]

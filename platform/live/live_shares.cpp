@@ -1,0 +1,192 @@
+#include "platform/live/live_shares.h"
+
+#include <fcntl.h>
+#include <libsmbclient.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <mutex>
+#include <utility>
+
+namespace platform::live {
+namespace {
+
+// The library keeps state of the whole process, whatever its contexts suggest.
+std::mutex library_lock;
+
+// Called for a password; the ticket must do, so that nothing is filled in.
+void ask_nobody(SMBCCTX*, const char*, const char*, char*, int, char*, int, char*, int) {}
+
+FileError file_error(int error) {
+  switch (error) {
+    case ENOENT:
+      return kFileNotFound;
+    case ENOTDIR:
+      return kFilePathNotFound;
+    case ENODEV:  // the server has no such share
+      return kFileNoShare;
+    case EACCES:
+    case EPERM:
+    case EISDIR:
+      return kFileAccess;
+    case EEXIST:
+      return kFileExists;
+    default:
+      return kFileNoServer;
+  }
+}
+
+struct FreeContext {
+  void operator()(SMBCCTX* context) const { smbc_free_context(context, 1); }
+};
+using Context = std::unique_ptr<SMBCCTX, FreeContext>;
+
+// Null with errno. A context that no function for passwords is set in, or that is not initialised,
+// answers every call with "invalid argument", as if the address were wrong.
+Context open_context(int timeout_s) {
+  Context context(smbc_new_context());
+  if (context == nullptr) return nullptr;
+  smbc_setDebug(context.get(), 0);
+  smbc_setTimeout(context.get(), timeout_s * 1000);
+  smbc_setFunctionAuthDataWithContext(context.get(), ask_nobody);
+  smbc_setOptionUseKerberos(context.get(), 1);
+  smbc_setOptionFallbackAfterKerberos(context.get(), 0);
+  smbc_setOptionNoAutoAnonymousLogin(context.get(), 1);
+  if (smbc_init_context(context.get()) == nullptr) return nullptr;
+  return context;
+}
+
+// Shared with the files that are open, which outlast the shares where a controller is replaced.
+struct Library {
+  explicit Library(int its_timeout_s) : timeout_s(its_timeout_s) {}
+  ~Library() {
+    const std::lock_guard guard(library_lock);
+    context.reset();
+  }
+  // Under library_lock. Null with errno; tried again at the next call.
+  SMBCCTX* get() {
+    if (context == nullptr) context = open_context(timeout_s);
+    return context.get();
+  }
+  const int timeout_s;
+  Context context;
+};
+
+class RemoteFile : public OpenFile {
+ public:
+  RemoteFile(std::shared_ptr<Library> library, SMBCFILE* file)
+      : library_(std::move(library)), file_(file) {}
+  ~RemoteFile() override {
+    const std::lock_guard guard(library_lock);
+    smbc_getFunctionClose(library_->get())(library_->get(), file_);
+  }
+  FileError read(void* buffer, std::size_t size, std::size_t& count) override {
+    const std::lock_guard guard(library_lock);
+    return moved(smbc_getFunctionRead(library_->get())(library_->get(), file_, buffer, size),
+                 count);
+  }
+  FileError write(const void* buffer, std::size_t size, std::size_t& count) override {
+    const std::lock_guard guard(library_lock);
+    return moved(smbc_getFunctionWrite(library_->get())(library_->get(), file_, buffer, size),
+                 count);
+  }
+
+ private:
+  static FileError moved(ssize_t result, std::size_t& count) {
+    count = result < 0 ? 0 : static_cast<std::size_t>(result);
+    return result < 0 ? file_error(errno) : 0;
+  }
+  const std::shared_ptr<Library> library_;
+  SMBCFILE* const file_;
+};
+
+int open_flags(const Shares::How& how) {
+  int flags = how.read && how.write ? O_RDWR : how.write ? O_WRONLY : O_RDONLY;
+  if (!how.must_exist) flags |= O_CREAT;
+  if (how.must_be_new) flags |= O_EXCL;
+  if (how.truncates) flags |= O_TRUNC;
+  return flags;
+}
+
+class LiveShares : public Shares {
+ public:
+  explicit LiveShares(int timeout_s) : library_(std::make_shared<Library>(timeout_s)) {}
+
+  FileError open(const SharePath& path, const How& how, std::unique_ptr<OpenFile>& file,
+                 bool& existed) override {
+    bool is_folder = false;
+    existed = look(path, is_folder) == 0;
+    if (is_folder) return kFileAccess;
+    SMBCFILE* opened = nullptr;
+    {
+      const std::lock_guard guard(library_lock);
+      SMBCCTX* context = library_->get();
+      if (context == nullptr) return file_error(errno);
+      const std::string url = smb_url(path);
+      opened = smbc_getFunctionOpen(context)(context, url.c_str(), open_flags(how), 0644);
+      if (opened == nullptr) return file_error(errno);
+    }
+    file = std::make_unique<RemoteFile>(library_, opened);
+    return 0;
+  }
+
+  FileError remove(const SharePath& path) override {
+    const std::lock_guard guard(library_lock);
+    SMBCCTX* context = library_->get();
+    if (context == nullptr) return file_error(errno);
+    const int result = smbc_getFunctionUnlink(context)(context, smb_url(path).c_str());
+    return result < 0 ? file_error(errno) : 0;
+  }
+
+  FileError look(const SharePath& path, bool& is_folder) override {
+    const std::lock_guard guard(library_lock);
+    SMBCCTX* context = library_->get();
+    if (context == nullptr) return file_error(errno);
+    struct stat found {};
+    const int result = smbc_getFunctionStat(context)(context, smb_url(path).c_str(), &found);
+    if (result < 0) return file_error(errno);
+    is_folder = S_ISDIR(found.st_mode);
+    return 0;
+  }
+
+ private:
+  const std::shared_ptr<Library> library_;
+};
+
+}  // namespace
+
+int read_smb_timeout() {
+  const char* timeout = std::getenv("DIRWATCH_SMB_TIMEOUT");
+  if (timeout == nullptr || *timeout == '\0') return 10;
+  char* end = nullptr;
+  const long seconds = std::strtol(timeout, &end, 10);
+  if (*end != '\0' || seconds < 1 || seconds > 3600) {
+    throw ControllerError(std::string("DIRWATCH_SMB_TIMEOUT=") + timeout +
+                          ": give seconds from 1 to 3600");
+  }
+  return static_cast<int>(seconds);
+}
+
+std::string smb_url(const SharePath& path) {
+  const std::string plain = path.server + "/" + path.share + "/" + path.path;
+  std::string url = "smb://";
+  for (const char c : plain) {
+    const bool stays = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                       c == '/' || c == '.' || c == '-' || c == '_';
+    if (stays) {
+      url.push_back(c);
+      continue;
+    }
+    const auto byte = static_cast<unsigned char>(c);
+    url.push_back('%');
+    url.push_back("0123456789ABCDEF"[byte >> 4]);
+    url.push_back("0123456789ABCDEF"[byte & 0xF]);
+  }
+  return url;
+}
+
+std::unique_ptr<Shares> make_live_shares(int timeout_s) {
+  return std::make_unique<LiveShares>(timeout_s);
+}
+
+}  // namespace platform::live
