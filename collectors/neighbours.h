@@ -1,6 +1,6 @@
 #pragma once
-// Whom this server replicates from, as the collections about replication ask for it: the neighbours,
-// one record for each partner and naming context, and the partner behind each of them.
+// Whom this server replicates from, as the collections about replication ask for it: the
+// neighbours, one record for each partner and naming context, and the partner behind each of them.
 
 #include <span>
 #include <string>

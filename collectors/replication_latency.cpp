@@ -228,8 +228,7 @@ class ClockChanges {
     }
     for (std::int32_t i = 0; i < prevClockDeltaIndex; ++i) {
       if (std::strcmp(name, prevClockDeltaName[i]) != 0) continue;
-      row.set<"RLTCCD">(
-          counters::difference(row.integer<"RLTCLD">(), prevClockDeltaValue[i]));
+      row.set<"RLTCCD">(counters::difference(row.integer<"RLTCLD">(), prevClockDeltaValue[i]));
       trace.always()("prevClockDeltaName[%u]=%s\n", static_cast<unsigned>(i),
                      prevClockDeltaName[i]);
       trace.always()("prevClockDeltaValue[%u]=%d\n", static_cast<unsigned>(i),

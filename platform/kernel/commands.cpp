@@ -143,8 +143,8 @@ int _pclose(FILE* stream) {
   return status;
 }
 
-// The linker sends every call of the C library's system here, so that the agent's call needs no name
-// of ours in its source.
+// The linker sends every call of the C library's system here, so that the agent's call needs no
+// name of ours in its source.
 extern "C" {
 int __wrap_system(const char* command);
 
