@@ -24,7 +24,7 @@ void collect_nothing() {
 DCW_CACHE_THREAD(collectandCacheDCAData, collect_nothing<tables::DCWNTDSDCA>)
 DCW_CACHE_THREAD(collectandCacheDNSAdData, collectors::CollectData<tables::DCWNTDSDAI>)
 DCW_CACHE_THREAD(collectandCacheDRAData, collectors::CollectData<tables::DCWNTDSDRA>)
-DCW_CACHE_THREAD(collectandCacheDCPData, collect_nothing<tables::DCWNTDSDCP>)
+DCW_CACHE_THREAD(collectandCacheDCPData, collectors::CollectData<tables::DCWNTDSDCP>)
 DCW_CACHE_THREAD(collectandCacheRLTData, collectors::CollectData<tables::DCWNTDSRLT>)
 DCW_CACHE_THREAD(collectandCacheRPLData, collectors::CollectData<tables::DCWNTDSRPL>)
 DCW_CACHE_THREAD(collectandCacheTRSData, collect_nothing<tables::DCWNTDSTRS>)

@@ -9,7 +9,6 @@
 // X(lower-case name, definition) for each table without a collector.
 #define DCW_FOR_EACH_PENDING_TABLE(X) \
   X(dcwntdsdca, DCWNTDSDCA)           \
-  X(dcwntdsdcp, DCWNTDSDCP)           \
   X(dcwntdstrs, DCWNTDSTRS)           \
   X(dcwntdsttp, DCWNTDSTTP)           \
   X(dcwsysrpl, DCWSYSRPL)

@@ -39,8 +39,8 @@ class NoMemory : public std::bad_alloc {
 
 [[noreturn]] void throw_failed(const trace::Scope& trace, const char* call, DWORD error,
                                const char* end = "") {
-  trace.error()("%s() failed.  Error code: %d [0x%.8x].%s", call, static_cast<int>(error), error,
-                end);
+  trace.error()("%s() failed.  Error code: %d [0x%.8x].%s", call, static_cast<int>(error),
+                static_cast<unsigned>(error), end);
   throw std::runtime_error(std::string(call) + "() failed");
 }
 
@@ -245,7 +245,7 @@ void CService::GetRow(const wchar_t* serviceName, SC_HANDLE manager, ServiceReco
     if (!service) {
       const DWORD error = GetLastError();
       trace.error()("OpenService(%s) failed.  Error code: %d [0x%.8x].", narrow,
-                    static_cast<int>(error), error);
+                    static_cast<int>(error), static_cast<unsigned>(error));
       throw std::runtime_error("OpenService() failed");
     }
     record.status = Call_QueryServiceStatus(service.get());

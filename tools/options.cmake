@@ -19,7 +19,8 @@ if(DIRWATCH_SANITIZE)
   add_link_options(-fsanitize=${DIRWATCH_SANITIZE})
 endif()
 if(WIN32)
-  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601  __USE_MINGW_ANSI_STDIO=1)
+  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601  __USE_MINGW_ANSI_STDIO=1
+                          INCL_WINSOCK_API_TYPEDEFS=1)
   # Beyond the compiler's usual ones: counters, directory interfaces and their identifiers, sockets.
   link_libraries(pdh activeds adsiid ws2_32)
 endif()

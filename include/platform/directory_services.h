@@ -11,7 +11,8 @@
 // clang-format off
 #include <dsgetdc.h>
 #include <ntdsapi.h>
-#include <lm.h>
+#include <lmcons.h>
+#include <lmapibuf.h>
 // clang-format on
 #else
 

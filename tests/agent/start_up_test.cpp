@@ -87,7 +87,44 @@ TEST_F(StartUp, WithoutAnArgumentPrintsTheUsageAndAsksTheServiceManager) {
                    "ErrorHandler: TERMINATION"});
 }
 
+// Nothing but the lock keeps the first cached collection behind the collectors that it reads.
+TEST_F(StartUp, StartsNoOtherThreadBeforeTheAllocationHoldsItsLock) {
+  setenv("DWA_CACHE_INTERVAL", "60", 1);
+  SYS1_GetLock(&g_collectLock);
+  start({"-test"});
+  EXPECT_FALSE(process_->wait_for_exit(10000));
+  EXPECT_EQ(0u, trace_.count("Main: Caching is turned ON with interval 60 secs"));
+  EXPECT_EQ(0u, trace_.count("No count of the domain's objects is built yet."));
+  SYS1_ReleaseLock(&g_collectLock);
+  EXPECT_TRUE(process_->wait_for_exit(60000));
+  EXPECT_EQ(1u, trace_.count("Main: Caching is turned ON with interval 60 secs"));
+  EXPECT_EQ(nullptr, g_allocationHasLock);
+}
+
+TEST_F(StartUp, BuildsTheCollectorsBeforeTheFirstCachedCollection) {
+  setenv("DWA_CACHE_INTERVAL", "60", 1);
+  stop_after(1000);
+  start({"TEST"});
+  EXPECT_FALSE(process_->wait_for_exit(30000));
+  const auto lines = trace_.lines();
+  const auto line_of = [&](auto wanted) {
+    return std::find_if(lines.begin(), lines.end(), wanted) - lines.begin();
+  };
+  const auto built =
+      line_of([](const trc::Line& line) { return line.text == "*****CREATED OBJECTS*****"; });
+  const auto collected =
+      line_of([](const trc::Line& line) { return line.function == "CollectData"; });
+  EXPECT_LT(built, collected);
+  EXPECT_LT(collected, static_cast<std::ptrdiff_t>(lines.size()));
+}
+
 // Each row of what may fail.
+
+TEST_F(StartUp, WaitsForTheAllocationsEndWithoutTheEventThatTellsItsLock) {
+  platform::faults::fail("CreateEventA", 3);
+  start_up_only();
+  expect_in_order({"*****CREATED OBJECTS*****", "Main: Illegal startup option"});
+}
 
 TEST_F(StartUp, GoesOnWithoutTheRegistryBranch) {
   start_up_only();

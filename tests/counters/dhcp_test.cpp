@@ -56,7 +56,7 @@ TEST_F(Dhcp, TellsHowItsRatesHaveChangedSinceTheSampleBefore) {
   }
   // None before the first; from 7 to nothing; from nothing; to nothing; none; from nothing; 4 to 5.
   EXPECT_THAT(requests, ElementsAre(0, -99, 100, -99, 0, 100, 25));
-  EXPECT_THAT(acks, ElementsAre(0, -49, 0, -99, 100, 200, -32));
+  EXPECT_THAT(acks, ElementsAre(0, -49, 0, -99, 100, 200, -33));
 }
 
 TEST_F(Dhcp, TakesARateThatOverflowedForNoPreviousSample) {
