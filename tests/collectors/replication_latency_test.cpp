@@ -348,7 +348,7 @@ TEST_F(ClockChange, StartsOverAfterASampleWithoutRows) {
 
 class ManyPartners : public ReplicationLatency {
  protected:
-  // That many partners, whose clocks are that far ahead. The root object's own name comes first.
+  // That many partners, whose clocks are that far ahead.
   void record_many(int partners, int ahead_s) {
     std::string root;
     std::string servers;
@@ -363,7 +363,7 @@ class ManyPartners : public ReplicationLatency {
   }
 };
 
-TEST_F(ManyPartners, Up128HaveRoomForTheirClocks) {
+TEST_F(ManyPartners, UpTo128HaveRoomForTheirClocks) {
   record_many(128, 1);
   ASSERT_EQ(128u, sample().size());
   record_many(128, 4);

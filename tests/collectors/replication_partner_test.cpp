@@ -66,12 +66,11 @@ TEST_F(ReplicationPartner, GivesOneRowANeighbourByteForByte) {
 TEST_F(ReplicationPartner, TellsItsStepsInOrder) {
   const trc::Capture lines;
   sample();
-  EXPECT_EQ((std::vector<std::string>{"partnerIndex: <2>",
-                                      "RPL Data collection complete.Transfer to global buffer",
-                                      "RPL Data collection complete.Transfer to global buffer"}),
+  EXPECT_EQ((std::vector<std::string>{
+                "partnerIndex: <2>", "RPL Data collection complete.Transfer to global buffer",
+                "RPL Data collection complete.Transfer to global buffer",
+                "RPL Transfer to global buffer complete", "AddData Global RPL buffer"}),
             texts_of(lines, "replication_partner.cpp"));
-  EXPECT_EQ(1u, lines.count("RPL Transfer to global buffer complete"));
-  EXPECT_EQ(1u, lines.count("AddData Global RPL buffer"));
   EXPECT_TRUE(lines.contains("TIMER: 21 : ReplicationPartner : TakeSample"));
 }
 
