@@ -73,7 +73,7 @@ class Replicating : public Sampling {
     return value;
   }
 
-  // What one function of a source file traced, in order.
+  // What the functions of a source file traced, in order.
   static std::vector<std::string> texts_of(const trc::Capture& lines, const std::string& file) {
     std::vector<std::string> texts;
     for (const trc::Line& line : lines.lines()) {

@@ -126,11 +126,10 @@ TEST_F(Replication, TellsItsStepsInOrder) {
           "Intersite count: <0>, Intrasite count: <1>", "siteName: <Hub>, partnerSite: <Branch>",
           "Intersite count: <1>, Intrasite count: <1>", "Bridge head Count : <0>",
           "Site Link Count : <2>", "RPL: Preparing to collect data",
-          "RPL: Data collected, adding to table.", "Pdata InBound :<2>"}),
+          "RPL: Data collected, adding to table.", "Pdata InBound :<2>",
+          "DRA Data collection complete. Transfer to global buffer",
+          "DRA Transfer to global buffer complete", "AddData Global DRA buffer"}),
       texts_of(lines, "replication.cpp"));
-  EXPECT_EQ(1u, lines.count("DRA Data collection complete. Transfer to global buffer"));
-  EXPECT_EQ(1u, lines.count("DRA Transfer to global buffer complete"));
-  EXPECT_EQ(1u, lines.count("AddData Global DRA buffer"));
   EXPECT_TRUE(lines.contains("TIMER: 22 : Replication : TakeSample"));
 }
 
