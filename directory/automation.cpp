@@ -21,12 +21,11 @@ class Excuse {
  public:
   Excuse() = default;
   ~Excuse() {
-    for (BSTR* text : {&info_.bstrSource, &info_.bstrDescription, &info_.bstrHelpFile}) {
-      VARIANT owner;
-      VariantInit(&owner);
-      owner.vt = VT_BSTR;
-      owner.bstrVal = *text;
-      VariantClear(&owner);
+    for (BSTR text : {info_.bstrSource, info_.bstrDescription, info_.bstrHelpFile}) {
+      Variant owner;
+      VARIANT* value = owner.target();
+      value->vt = VT_BSTR;
+      value->bstrVal = text;
     }
   }
   Excuse(const Excuse&) = delete;
@@ -49,35 +48,35 @@ class Excuse {
 
 }  // namespace
 
-Argument::Argument(const std::wstring& text) {
-  VariantInit(&value_);
-  value_.bstrVal = SysAllocString(text.c_str());
-  value_.vt = VT_BSTR;
+Argument::Argument(const wchar_t* text) {
+  VARIANT* value = value_.target();
+  value->bstrVal = SysAllocString(text);
+  value->vt = VT_BSTR;
 }
 
 Argument::Argument(std::int32_t number) {
-  VariantInit(&value_);
-  value_.vt = VT_I4;
-  value_.lVal = number;
+  VARIANT* value = value_.target();
+  value->vt = VT_I4;
+  value->lVal = number;
 }
 
-Argument::Argument(bool flag) {
-  VariantInit(&value_);
-  value_.vt = VT_BOOL;
-  value_.boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
+void Argument::set_flag(bool flag) {
+  VARIANT* value = value_.target();
+  value->vt = VT_BOOL;
+  value->boolVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
 }
 
 Argument::Argument(IDispatch* object) {
-  VariantInit(&value_);
   if (object != nullptr) object->AddRef();
-  value_.vt = VT_DISPATCH;
-  value_.pdispVal = object;
+  VARIANT* value = value_.target();
+  value->vt = VT_DISPATCH;
+  value->pdispVal = object;
 }
 
 Argument::Argument(Missing) {
-  VariantInit(&value_);
-  value_.vt = VT_ERROR;
-  value_.scode = DISP_E_PARAMNOTFOUND;
+  VARIANT* value = value_.target();
+  value->vt = VT_ERROR;
+  value->scode = DISP_E_PARAMNOTFOUND;
 }
 
 HRESULT AutomationObject::create(REFCLSID class_id) {

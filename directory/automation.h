@@ -3,9 +3,12 @@
 // result and the object's own words: the query layer fails in dozens of places that all mean the
 // same to its caller.
 
+#include <concepts>
+#include <cstdint>
 #include <exception>
 #include <initializer_list>
 #include <string>
+#include <utility>
 
 #include "directory/com.h"
 #include "include/platform/automation.h"
@@ -28,20 +31,22 @@ class AutomationError : public std::exception {
 class Argument {
  public:
   // A text is a string of its own here, freed with the argument.
-  Argument(const std::wstring& text);
-  Argument(std::int32_t number);
-  Argument(bool flag);
-  Argument(IDispatch* object);
+  explicit Argument(const wchar_t* text);
+  explicit Argument(std::int32_t number);
+  explicit Argument(IDispatch* object);
+  // Of a flag alone: any pointer would do for a bool.
+  explicit Argument(std::same_as<bool> auto flag) { set_flag(flag); }
   // An optional one that is left out.
   struct Missing {};
-  Argument(Missing);
-  ~Argument() { VariantClear(&value_); }
+  explicit Argument(Missing);
   Argument(const Argument&) = delete;
   Argument& operator=(const Argument&) = delete;
-  const VARIANT& value() const { return value_; }
+  const VARIANT& value() const { return value_.get(); }
 
  private:
-  VARIANT value_;
+  void set_flag(bool flag);
+
+  Variant value_;
 };
 
 class AutomationObject {

@@ -115,7 +115,7 @@ class Query {
   AutomationObject& execute(const std::wstring& text) {
     connection_.object(L"Properties").call(L"Refresh");
     command_.put_reference(L"ActiveConnection", connection_);
-    command_.put(L"CommandText", Argument(text));
+    command_.put(L"CommandText", Argument(text.c_str()));
     command_.put(L"CommandTimeout", Argument(kTimeout_s));
     AutomationObject properties = command_.object(L"Properties");
     properties.call(L"Refresh");
@@ -130,7 +130,7 @@ class Query {
 
  private:
   static void set(AutomationObject& properties, const wchar_t* name, const Argument& value) {
-    const Argument index{std::wstring(name)};
+    const Argument index(name);
     properties.object(L"Item", {&index}).put(L"Value", value);
   }
   // What cannot be closed is let go all the same.

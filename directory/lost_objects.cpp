@@ -29,13 +29,13 @@ void read_class(const trace::Scope& trace, IADs* object, std::span<char> classNa
   if (FAILED(directory::read(object, "objectClass", classes)) || !classes.is_array()) return;
   trace.always()("Array Found\n");
   LONG lower = 0;
-  LONG upper = 0;
+  LONG upper = -1;
   SafeArrayGetLBound(classes.array(), 1, &lower);
   trace.always()("lstart: <%ld>", static_cast<long>(lower));
-  SafeArrayGetUBound(classes.array(), 1, &upper);
+  const HRESULT bounded = SafeArrayGetUBound(classes.array(), 1, &upper);
   trace.always()("lend: <%ld>", static_cast<long>(upper));
   Variant last;
-  if (SUCCEEDED(directory::element(classes, upper, last))) {
+  if (SUCCEEDED(bounded) && SUCCEEDED(directory::element(classes, upper, last))) {
     fill(trace, className, directory::text_of(last));
     trace.always()("String: <%s>", className.data());
   }

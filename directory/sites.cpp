@@ -75,9 +75,11 @@ OpenedSite open_site(const trace::Scope& trace, const ForestWalk& how, std::stri
   if (opened.failure == OpenFailure::kNone) return {true, false, 0};
   const bool unbound = opened.failure == OpenFailure::kBind;
   if (how.names_the_site && (unbound || !how.names_only_unbound)) {
-    trace.error()("%s Failed for Site: %s. Error number: %x\n",
-                  unbound ? "ADsGetObject" : "ADsBuildEnumerator", std::string(site).c_str(),
-                  unsigned(opened.result));
+    // Deliberately a level for the one and none for the other, as people who read the traces know.
+    const trace::Line line = unbound ? trace.error() : trace.always();
+    line("%s Failed for Site: %s. Error number: %x\n",
+         unbound ? "ADsGetObject" : "ADsBuildEnumerator", std::string(site).c_str(),
+         unsigned(opened.result));
   } else {
     report_open_failure(trace, opened);
   }

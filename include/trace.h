@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <string>
 
+#include "build_date.h"
 #include "trc.h"
 
 namespace trace {
@@ -31,10 +32,10 @@ namespace {
 // compiler's own would make every build of the same source another program.
 [[maybe_unused]] TRC1_FileRecord file_record = {__BASE_FILE__,
                                                 sizeof(__BASE_FILE__) - 1,
-                                                DIRWATCH_BUILD_DATE,
-                                                sizeof(DIRWATCH_BUILD_DATE) - 1,
-                                                DIRWATCH_BUILD_TIME,
-                                                sizeof(DIRWATCH_BUILD_TIME) - 1,
+                                                build_date,
+                                                sizeof(build_date) - 1,
+                                                build_time,
+                                                sizeof(build_time) - 1,
                                                 "1.0",
                                                 sizeof("1.0") - 1};
 }  // namespace

@@ -25,11 +25,6 @@ if(WIN32)
   link_libraries(pdh activeds adsiid ws2_32)
 endif()
 
-# The day of the build, for the trace's file records; the day's start stands for the time, so that a
-# build can be repeated and cached.
-string(TIMESTAMP _build_day "%b %d %Y" UTC)
-add_compile_definitions(DIRWATCH_BUILD_DATE="${_build_day}" DIRWATCH_BUILD_TIME="00:00:00")
-
 find_package(Threads REQUIRED)
 
 # A room's library: every source of its folder (not of sub-folders).
@@ -39,3 +34,10 @@ function(dirwatch_room name)
   add_library(${name} STATIC ${sources})
   target_link_libraries(${name} PUBLIC ${ARGN})
 endfunction()
+
+# The day of the build, in its one source unit.
+string(TIMESTAMP _build_day "%b %d %Y" UTC)
+add_library(dw_build_date STATIC ${CMAKE_SOURCE_DIR}/include/build_date.cpp)
+target_compile_definitions(dw_build_date
+  PRIVATE DIRWATCH_BUILD_DATE="${_build_day}" DIRWATCH_BUILD_TIME="00:00:00")
+link_libraries(dw_build_date)

@@ -78,7 +78,9 @@ std::shared_ptr<Object> take_handle(HANDLE handle) {
 BOOL CloseHandle(HANDLE handle) {
   const auto fault = platform::fault_point("CloseHandle");
   // The object goes after the lock does: closing a file may take its time.
-  if (!fault && platform::kernel::take_handle(handle) != nullptr) return TRUE;
+  // A close that fails on purpose still closes: the caller has no second try.
+  const bool was_open = platform::kernel::take_handle(handle) != nullptr;
+  if (!fault && was_open) return TRUE;
   SetLastError(fault ? fault->win32() : ERROR_INVALID_HANDLE);
   return FALSE;
 }

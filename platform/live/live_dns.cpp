@@ -47,7 +47,7 @@ DnsStatus dns_status(int status) {
     case ARES_EFORMERR:
     case ARES_EBADRESP:
       return kDnsBadPacket;
-    default:  // nobody answered
+    default:  // nobody answered, or all that did refused or failed
       return kDnsTimeout;
   }
 }

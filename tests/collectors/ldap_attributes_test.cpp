@@ -148,7 +148,9 @@ TEST_F(OfLevel3, LdapAttributesLookNothingUpAndShow2) {
   EXPECT_EQ(row(2, 1, 2, 0), sample());
   for (const auto& [call, times] : platform::faults::reached()) {
     // The root object for the forest's name, the forest, the root object for the domain's name.
-    if (call == "ADsGetObject") EXPECT_EQ(3u, times);
+    if (call == "ADsGetObject") {
+      EXPECT_EQ(3u, times);
+    }
   }
 }
 

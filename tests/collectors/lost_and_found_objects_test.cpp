@@ -11,7 +11,7 @@ using testing_support::field;
 using testing_support::number;
 using testing_support::Sampling;
 
-const std::string kLongName = "A printer whose name is longer than sixty-four characters, by far";
+const std::string kLongName = "A printer whose name is longer than sixty-four characters by far";
 
 std::string forest_of_lost_objects() {
   return directory_test::forest() +
@@ -84,12 +84,21 @@ TEST_F(LostAndFoundObjects, DoNotShowTheLastObjectsNameForOneThatCannotBeRead) {
   EXPECT_EQ(std::string(64, '\0'), rows[1].substr(216, 64));
 }
 
+TEST_F(LostAndFoundObjects, GiveAnEmptyRowForAChildThatIsNoObject) {
+  // The container and its enumerator are asked for before the first child.
+  platform::faults::fail("IUnknown::QueryInterface", 3);
+  const auto rows = xaf::DirectSampler("DCWNTDSLFO").sample();
+  ASSERT_EQ(2u, rows.size());
+  EXPECT_EQ(std::string(128, '\0'), rows[0].substr(216));
+  EXPECT_EQ(1u, trace_.count("Fails"));
+}
+
 TEST_F(LostAndFoundObjects, SurviveEachPlatformCallFailingOnce) {
   sweep("DCWNTDSLFO",
         {{"getaddrinfo", "getaddrinfo failed: error#:"},
          {"ADsGetObject", "Enum failed"},
          {"ADsBuildEnumerator", "Enum failed"},
-         {"IUnknown::QueryInterface", "Fails"}},
+         {"IUnknown::QueryInterface", "Enum failed"}},
         {{{64, 8}, {72, 16}}, {}});
 }
 

@@ -28,12 +28,16 @@ class Asking : public ::testing::Test {
     g_sleepWhileIterating = 1;
     trc::set_flags(1 | 128);
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    SetLastError(kLastError);
   }
   ~Asking() override {
     platform::faults::clear();
     CoUninitialize();
     EXPECT_EQ(before_, platform::accounting::live());
   }
+
+  // What the thread's last system error is before anything is asked; some messages tell it.
+  static constexpr DWORD kLastError = 0x57;
 
   // Another forest from now on.
   void answer_from(const std::string& text, const std::map<std::string, std::string>& files = {}) {

@@ -6,8 +6,8 @@
 //            OLD (no settings: no domain controller any more)
 //   Branch   DC3 (options 5; no connections)
 //
-// DC1, DC2 and DC3 answer. DC1 holds all roles but RID and infrastructure, which DC3 holds. Two
-// site links; no bridgeheads.
+// DC1, DC2, DC3, OLD and DC9, which stands in no site, answer. DC1 holds all roles but RID and
+// infrastructure, which DC3 holds. Two site links; no bridgeheads.
 
 #include <string>
 #include <string_view>
@@ -91,7 +91,9 @@ inline std::string forest() {
   // Which servers answer, besides the machine DC1 itself.
   text = replaced(text, "dnsHostName: DC1.corp.example\n",
                   "dnsHostName: DC1.corp.example\ndnsHostName;x-server-dc2: DC2.corp.example\n"
-                  "dnsHostName;x-server-dc3: DC3.corp.example\n");
+                  "dnsHostName;x-server-dc3: DC3.corp.example\n"
+                  "dnsHostName;x-server-dc9: DC9.corp.example\n"
+                  "dnsHostName;x-server-old: OLD.corp.example\n");
   text = replaced(text, "msDS-Behavior-Version: 4\n", "msDS-Behavior-Version: 4\n" + dc1);
   text =
       replaced(text, "objectClass: crossRefContainer\n", "objectClass: crossRefContainer\n" + dc1);

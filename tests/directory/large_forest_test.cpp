@@ -45,6 +45,7 @@ class Answers {
     ask_lists();
     ask_roles();
     ask_lost();
+    ask_inventories();
     return lines_;
   }
 
@@ -64,9 +65,11 @@ class Answers {
   void add_list(const std::string& question, Ask ask) {
     std::vector<std::string> list;
     const int result = ask(list);
-    std::string text = joined(list);
+    add(question, result, without_last(joined(list)));
+  }
+  static std::string without_last(std::string text) {
     if (!text.empty()) text.pop_back();
-    add(question, result, text);
+    return text;
   }
 
   void ask_root() {
@@ -172,6 +175,42 @@ class Answers {
     }
     LostObjectsEnum::FreeLostObject();
     add("LostObjectsEnum", result, seen);
+  }
+
+  void ask_inventories() {
+    std::vector<ForestTopologyInfo> forest;
+    int result = DNSUtils::GetForestTopologyInfo(server(), forest);
+    std::string text;
+    for (const ForestTopologyInfo& one : forest) {
+      for (const char* part : {one.hostName, one.domainName, one.siteName, one.commonName,
+                               one.distinguishedName, one.isRODC}) {
+        text += std::string(part) + "/";
+      }
+      text += std::string(one.parentDomain) + ";";
+    }
+    add("GetForestTopologyInfo", result, without_last(text));
+
+    std::vector<std::string> contexts;
+    DNSUtils::GetNamingContexts(server(), contexts);
+    std::vector<ContainerInfo> containers;
+    result = DNSUtils::GetAllCNTList(contexts, containers, static_cast<int>(contexts.size()));
+    text.clear();
+    for (const ContainerInfo& one : containers) {
+      text += std::string(one.commonName) + "/" + one.className + "/" + one.distinguishedName + ";";
+    }
+    add("GetAllCNTList", result, without_last(text));
+
+    Text domain = "";
+    DNSUtils::GetDefaultNamingContextOfServer(server(), domain);
+    std::vector<GPOInfo> policies;
+    result = DNSUtils::GetAllGPOList(domain, policies);
+    text.clear();
+    for (const GPOInfo& one : policies) {
+      text += std::string(one.name) + "/" + one.guid + "/" + std::to_string(one.version) + "/" +
+              std::to_string(one.sysvolVersion) + "/" + std::to_string(one.status) + "/" +
+              one.created + "/" + one.modified + ";";
+    }
+    add("GetAllGPOList", result, without_last(text));
   }
 
   // The settings that this controller's connections come from, read from the recording itself.

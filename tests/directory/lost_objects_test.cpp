@@ -114,6 +114,14 @@ TEST_F(Lost, ObjectThatIsNoneCountsAllTheSame) {
   EXPECT_EQ(1u, trace_.count("Fails"));
 }
 
+TEST_F(Lost, ObjectWhoseClassesCannotBeWalkedKeepsTheClassOfTheRecord) {
+  for (const char* call : {"SafeArrayGetUBound", "SafeArrayGetElement"}) {
+    platform::faults::fail(call, 2);
+    EXPECT_EQ("0 One/user Two/user", walk()) << call;
+    platform::faults::clear();
+  }
+}
+
 TEST_F(Lost, ContainerThatIsNotThereIsAContainerError) {
   answer_from(forest_with("dn: CN=LostAndFound,", "dn: CN=Other,"));
   EXPECT_EQ("-1", walk());

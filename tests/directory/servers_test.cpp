@@ -125,7 +125,7 @@ TEST_F(Lists, OfCatalogsSkipAServerWithoutAFullName) {
   EXPECT_FALSE(trace_.contains("dnsHostName Failed"));
   EXPECT_EQ(ADSI_ENUM_END, catalogs_of("Hub"));
   EXPECT_EQ("kept;", joined(list_));
-  EXPECT_EQ(1u, trace_.count("dnsHostName Failed, Last Error : 0"));
+  EXPECT_EQ(1u, trace_.count("dnsHostName Failed, Last Error : 87"));
 }
 
 TEST_F(Lists, OfCatalogsSkipAServerWithoutOptions) {

@@ -7,6 +7,7 @@
 //   read DN NAME...    the named attributes of one object, values in hexadecimal
 //   server NAME        who answers to that name: dnsHostName of its root object
 //   count DN           how many objects lie below, walked without keeping them
+//   write DN           makes, changes and removes an object of that name, reading in between
 //   memory             the process's highest resident memory in KiB
 
 #include <chrono>
@@ -123,6 +124,31 @@ json server(Directory& directory, std::istringstream& words) {
   return {{"result", code(result)}, {"dnsHostName", value(root, "dnsHostName")}};
 }
 
+// The object as the agent writes it, from its making to its end; what each step came to.
+json write(Directory& directory, const std::string& dn) {
+  const std::string name = dn.substr(3, dn.find(',') - 3);
+  const Entry made{dn,
+                   {{"objectClass", {"top", "applicationEntity"}},
+                    {"presentationAddress", {name}},
+                    {"description", {"first\n"}}}};
+  json answer{{"no_parent", code(directory.add("", {"CN=x,CN=nobody," + dn, made.attributes}))},
+              {"add", code(directory.add("", made))},
+              {"add_again", code(directory.add("", made))}};
+  Entry entry;
+  directory.read("", dn, {}, entry);
+  answer["added"] = {value(entry, "name"), value(entry, "description"),
+                     value(entry, "whenChanged")};
+  answer["modify"] = code(directory.modify("", dn, {{"description", {"second\n"}}}));
+  directory.read("", dn, {}, entry);
+  answer["modified"] = value(entry, "description");
+  answer["take_away"] = code(directory.modify("", dn, {{"description", {}}}));
+  directory.read("", dn, {}, entry);
+  answer["taken_away"] = entry.find("description") == nullptr;
+  answer["remove"] = code(directory.remove("", dn));
+  answer["remove_again"] = code(directory.remove("", dn));
+  return answer;
+}
+
 json memory() {
   std::ifstream status("/proc/self/status");
   for (std::string line; std::getline(status, line);) {
@@ -136,9 +162,10 @@ json answer_to(Directory& directory, const std::string& line) {
   std::string command;
   std::string rest;
   words >> command;
-  if (command == "walk" || command == "nested" || command == "count") {
+  if (command == "walk" || command == "nested" || command == "count" || command == "write") {
     std::getline(words >> std::ws, rest);
     if (command == "count") return count(directory, rest);
+    if (command == "write") return write(directory, rest);
     return command == "walk" ? walk(directory, rest) : nested(directory, rest);
   }
   if (command == "read") return read(directory, words);

@@ -185,6 +185,19 @@ class LiveTest(unittest.TestCase):
             lab("start", "dc1")
             self.assert_walk(probe.ask("walk " + BASE), BASE)
 
+    def test_18_an_object_is_made_changed_and_removed(self):
+        with Probe(LDAPI) as probe:
+            answer = probe.ask(f"write CN=marker.test,CN=LostAndFound,{BASE}")
+        self.assertEqual("80072030", answer["no_parent"])
+        self.assertEqual(["00000000"] * 4, [answer[step] for step in
+                                            ("add", "modify", "take_away", "remove")])
+        self.assertEqual("80071392", answer["add_again"])
+        self.assertEqual("80072030", answer["remove_again"])
+        self.assertEqual(["marker.test", "first\n"], answer["added"][:2])
+        self.assertRegex(answer["added"][2], r"^20\d{12}\.0Z$")
+        self.assertEqual("second\n", answer["modified"])
+        self.assertTrue(answer["taken_away"])
+
     # Identities.
 
     @needs_dirwatch

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -125,6 +127,40 @@ TEST(RecordedWrites, AWalkSeesTheObjectsAsTheyWereWhenItBegan) {
   EXPECT_EQ(entry.dn, kMarker);
   EXPECT_EQ(cursor->next(entry), platform::kDirectoryOk);
   EXPECT_EQ(cursor->next(entry), platform::kDirectoryEnd);
+}
+
+TEST(RecordedWrites, ThreadsReadWholeObjectsWhileAnotherWrites) {
+  const auto directory = two_servers();
+  std::atomic<bool> done = false;
+  std::vector<std::thread> readers;
+  std::atomic<int> torn = 0;
+  for (int i = 0; i < 3; ++i) {
+    readers.emplace_back([&] {
+      while (!done) {
+        Entry entry;
+        directory->read("dc1", kMarker, {}, entry);
+        // Both were written in one change.
+        const Attribute* one = entry.find("description");
+        const Attribute* other = entry.find("info");
+        if (other != nullptr && one->values != other->values) ++torn;
+        std::unique_ptr<platform::EntryCursor> cursor;
+        directory->search("", kDomain, platform::SearchScope::kSubtree, "", {}, cursor);
+        while (cursor->next(entry) == platform::kDirectoryOk) {
+        }
+      }
+    });
+  }
+  for (int i = 0; i < 300; ++i) {
+    const std::string text = std::to_string(i);
+    const std::string child = "CN=New,CN=Marker," + kDomain;
+    EXPECT_EQ(directory->modify("dc1", kMarker, {{"description", {text}}, {"info", {text}}}),
+              platform::kDirectoryOk);
+    EXPECT_EQ(directory->add("dc1", container(child)), platform::kDirectoryOk);
+    EXPECT_EQ(directory->remove("dc1", child), platform::kDirectoryOk);
+  }
+  done = true;
+  for (std::thread& reader : readers) reader.join();
+  EXPECT_EQ(torn, 0);
 }
 
 // A new child of the domain with a description staged.

@@ -9,9 +9,11 @@
 #include <vector>
 
 #include "include/platform/adsi.h"
+#include "include/platform/automation.h"
 #include "include/platform/base.h"
 #include "include/platform/counters.h"
 #include "include/platform/directory_services.h"
+#include "include/platform/dns.h"
 #include "include/platform/environment.h"
 #include "include/platform/files.h"
 #include "include/platform/libraries.h"

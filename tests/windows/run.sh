@@ -24,7 +24,7 @@ note() { echo "windows: $*"; }
 wrong() { echo "windows: FAILED: $*"; failures=$((failures + 1)); }
 
 # What is shipped needs nothing but Windows and itself.
-system_libraries='activeds|advapi32|kernel32|msvcrt|ole32|oleaut32|pdh|user32|ws2_32'
+system_libraries='activeds|advapi32|dnsapi|kernel32|msvcrt|ole32|oleaut32|pdh|user32|ws2_32'
 for file in DirWatcher.exe dirwatch.exe xaf.dll TRC.dll LNG2.dll; do
   x86_64-w64-mingw32-objdump -p "$build/stage/$file" >"$work/imports"
   grep -q 'DLL Name: KERNEL32.dll' "$work/imports" || wrong "$file: its imports cannot be read"

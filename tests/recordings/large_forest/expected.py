@@ -96,6 +96,7 @@ def answers(site, dn):
     yield from list_answers(site, server)
     yield from role_answers(one("", "defaultNamingContext", server))
     yield from lost_answers(server)
+    yield from inventory_answers(server)
 
 
 def connection_answers(site, dn, server):
@@ -158,6 +159,39 @@ def lost_answers(server):
     yield "LostObjectsEnum", 0, ";".join(
         one(dn, "name") + "/" + seen(dn, "objectClass")[-1]
         for dn in children("CN=LostAndFound," + ROOT))
+
+
+def inventory_answers(server):
+    def topology(site, dn):
+        host = one(dn, "dNSHostName").upper()
+        domain = host.partition(".")[2]
+        above = domain.partition(".")[2]
+        if domain == ROOT.replace("DC=", "").replace(",", ".").upper():
+            above = domain
+        elif "." not in above:
+            above = domain
+        mark = one(settings(dn), "msDS-isRODC")
+        return f"{host}/{domain}/{site}/{one(dn, 'cn')}/{dn}/{mark}/{above}"
+
+    def policy(dn):
+        flags = int(one(dn, "flags"))
+        return "/".join((one(dn, "displayName"), one(dn, "cn"), one(dn, "versionNumber"), "-1",
+                         str(flags or -1), time_text(one(dn, "whenCreated")),
+                         time_text(one(dn, "whenChanged"))))
+
+    contexts = {value for name, values in ENTRIES[""].items()
+                if name.split(";")[0] == "namingContexts" for value in values}
+    containers = [dn for context in seen("", "namingContexts", server) for dn in children(context)
+                  if dn not in contexts and "ontainer" in seen(dn, "objectClass")[1]]
+    yield "GetForestTopologyInfo", 0, ";".join(topology(site, dn) for site, dn in CONTROLLERS)
+    yield "GetAllCNTList", END, ";".join(
+        f"{one(dn, 'cn')}/{seen(dn, 'objectClass')[1]}/{dn}" for dn in containers)
+    policies = "CN=Policies,CN=System," + one("", "defaultNamingContext", server)
+    yield "GetAllGPOList", END, ";".join(policy(dn) for dn in children(policies))
+
+
+def time_text(time):
+    return f"{time[4:6]}/{time[6:8]}/{time[:4]}  {time[8:10]}:{time[10:12]}"
 
 
 def main():
