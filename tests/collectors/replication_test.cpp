@@ -32,19 +32,21 @@ const std::vector<std::string> kNeighbours = {
 constexpr const char* kNetTimeFinds = R"({"commands": [{"command": "net time", "exit_code": 0,
   "output": ["Current time at \\\\DC1 is 1/2/2011 3:04:05 AM", ""]}]})";
 
-// Counter n shows 1000 n + 1000.9. The names of both variants of the list are the same where both
-// have them.
-std::string replication_counters() {
-  std::vector<Series> series = series_of(g_ReplListV6, 0);
-  for (std::size_t n = 0; n < series.size(); ++n) {
-    series[n].cells = {1000.0 * static_cast<double>(n) + 1000.9};
+// The counters under the names of both variants of the list: of either, first + step n is counter
+// n.
+
+std::string replication_counters(double first, double step) {
+  std::vector<Series> all;
+  for (const counters::CounterRows list :
+       {counters::CounterRows(g_ReplListV6), counters::CounterRows(g_ReplList)}) {
+    double value = first;
+    for (Series& one : series_of(list, 0)) {
+      one.cells = {value};
+      value += step;
+      all.push_back(std::move(one));
+    }
   }
-  return counter_log(series, {0});
-}
-std::string idle_counters() {
-  std::vector<Series> series = series_of(g_ReplListV6, 0);
-  for (Series& one : series) one.cells = {0.0};
-  return counter_log(series, {0});
+  return counter_log(all, {0});
 }
 
 class Replication : public Replicating {
@@ -57,7 +59,7 @@ class Replication : public Replicating {
 
   void record_all(const std::string& forest_text = forest(), const MoreFiles& others = {}) {
     MoreFiles files = testing_support::replication_files(kNeighbours);
-    files["counters.csv"] = replication_counters();
+    files["counters.csv"] = replication_counters(1000.9, 1000);
     files["commands.json"] = kNetTimeFinds;
     for (const auto& [name, content] : others) files[name] = content;
     whole_.emplace(forest_text, "", files);
@@ -188,7 +190,7 @@ TEST_F(Replication, OfAHostInSmallLettersFindsItsConnections) {
 // ---- values -------------------------------------------------------------------------------------
 
 TEST_F(Replication, WithNothingReplicatedHasPercentagesOf0) {
-  record_all(forest(), {{"counters.csv", idle_counters()}});
+  record_all(forest(), {{"counters.csv", replication_counters(0, 0)}});
   EXPECT_EQ(Values(6, 0), values_at(the_row_on(10), kPercentages, 6));
 }
 
