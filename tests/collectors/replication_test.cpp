@@ -32,9 +32,8 @@ const std::vector<std::string> kNeighbours = {
 constexpr const char* kNetTimeFinds = R"({"commands": [{"command": "net time", "exit_code": 0,
   "output": ["Current time at \\\\DC1 is 1/2/2011 3:04:05 AM", ""]}]})";
 
-// The counters under the names of both variants of the list: of either, first + step n is counter
-// n.
-
+// The counters under the names of both variants of the list. Counter n of either shows
+// first + n step.
 std::string replication_counters(double first, double step) {
   std::vector<Series> all;
   for (const counters::CounterRows list :
