@@ -20,6 +20,7 @@ void tables::Agent<DCWNTDSRDS>::TakeSample() {
   DCW_TRACE("TakeSample");
   collectors::OnDemandSample<DCWNTDSRDS> sample;
   sample.begin(localHostPadded);
+  trace.always()("HostName : <%s>\n", sample.host_name());
   std::cout << "collecting Root Directory Server data" << std::flush;
   RootDSEInfo info;
   const int result = DNSUtils::GetRootDSEInfo(sample.host_name(), info);

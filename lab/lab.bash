@@ -155,7 +155,6 @@ sys.exit(len(dated) < 5)' <<<"$report"
 lab_add_controller() {
   local began=$SECONDS deadline=$((SECONDS + 300)) name
   say "joining dc2 in the site $LAB_SITE"
-  lab_make_machine dc2
   lab_join_second
   lab_start_controller dc2
   say "waiting until both controllers have replicated"
@@ -297,7 +296,10 @@ lab_up() {
   [[ -n $owner ]] && lab_watch_owner "$owner"
   say "making namespaces"
   lab_make_switch
+  # dc2's place is made here although it may stay empty: a namespace made by a client of the lab,
+  # inside that client's own view of the mounts, could not be taken away from outside.
   lab_make_machine dc1
+  lab_make_machine dc2
   lab_make_machine cli
   say "provisioning the domain $LAB_DOMAIN"
   lab_provision_first

@@ -31,11 +31,13 @@ struct Module {
   std::string name;
   const SystemLibrary* system = nullptr;
   void* native = nullptr;
+  bool as_data = false;
+  int references = 1;
 };
 
 std::mutex lock;
-// One for each load that has not been freed; guarded by lock. Never destroyed: threads may outlive
-// main.
+// Those that have not been freed as often as they were loaded; guarded by lock. Never destroyed:
+// threads may outlive main.
 auto& modules = *new std::vector<std::unique_ptr<Module>>;
 
 auto find_module(const void* handle) {
@@ -69,6 +71,16 @@ HMODULE load(const char* path, bool as_data) {
   }
   auto module = std::make_unique<Module>();
   module->name = base_name(path);
+  module->as_data = as_data;
+  const std::lock_guard guard(lock);
+  for (const auto& known : modules) {
+    if (known->as_data != as_data || strcasecmp(known->name.c_str(), module->name.c_str()) != 0) {
+      continue;
+    }
+    ++known->references;
+    loaded.add();
+    return known.get();
+  }
   const SystemLibrary& sockets = platform::kernel::sockets_library();
   if (strcasecmp(sockets.name, module->name.c_str()) == 0) module->system = &sockets;
   const bool is_texts = as_data && strcasecmp(kMessageLibrary, module->name.c_str()) == 0;
@@ -78,7 +90,6 @@ HMODULE load(const char* path, bool as_data) {
     return nullptr;
   }
   loaded.add();
-  const std::lock_guard guard(lock);
   modules.push_back(std::move(module));
   return modules.back().get();
 }
@@ -142,9 +153,10 @@ BOOL FreeLibrary(HMODULE library) {
     SetLastError(fault ? fault->win32() : ERROR_INVALID_HANDLE);
     return FALSE;
   }
+  loaded.remove();
+  if (--(*module)->references > 0) return TRUE;
   if ((*module)->native != nullptr) dlclose((*module)->native);
   modules.erase(module);
-  loaded.remove();
   return TRUE;
 }
 

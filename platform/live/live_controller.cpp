@@ -48,8 +48,8 @@ class LiveController : public Controller {
   explicit LiveController(const std::string& url)
       : address_(live::parse_address(url)),
         directory_(address_),
-        dns_(live::make_live_dns(live::read_dns_options())),
-        shares_(live::make_live_shares(live::read_smb_timeout())) {
+        dns_(live::make_live_dns(live::read_dns_options())) {
+    const int smb_timeout_s = live::read_smb_timeout();
     Entry root;
     if (directory_.read_root("", root) != kDirectoryOk) {
       throw ControllerError(directory_.last_failure());
@@ -65,6 +65,7 @@ class LiveController : public Controller {
     if (dot != std::string::npos) facts_.dns_suffix = full_name.substr(dot + 1);
     directory_.set_own_name(full_name);
     read_system_version(directory_, root, facts_);
+    shares_ = live::make_live_shares(smb_timeout_s, facts_);
     directory_services_ = make_asked_services(directory_, dns());
   }
 
@@ -82,9 +83,9 @@ class LiveController : public Controller {
   const live::Address address_;
   live::LiveDirectory directory_;
   const std::unique_ptr<DnsSource> dns_;
-  const std::unique_ptr<Shares> shares_;
   MachineFacts facts_;
   live::LiveServices services_;
+  std::unique_ptr<Shares> shares_;
   std::unique_ptr<DirectoryServices> directory_services_;
 };
 

@@ -4,10 +4,11 @@
 #include <netdb.h>
 #include <poll.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <string_view>
 #include <type_traits>
+
+#include "platform/live/environment_text.h"
 
 namespace platform::live {
 namespace {
@@ -181,20 +182,12 @@ class LiveDns : public DnsSource {
 
 DnsOptions read_dns_options() {
   DnsOptions options;
-  if (const char* servers = std::getenv("DIRWATCH_DNS_SERVERS")) options.servers = servers;
+  options.servers = environment("DIRWATCH_DNS_SERVERS");
   if (!options.servers.empty() && open_channel(options) == nullptr) {
     throw ControllerError("DIRWATCH_DNS_SERVERS=" + options.servers +
                           ": give addresses, with commas between");
   }
-  const char* timeout = std::getenv("DIRWATCH_DNS_TIMEOUT");
-  if (timeout == nullptr || *timeout == '\0') return options;
-  char* end = nullptr;
-  const long seconds = std::strtol(timeout, &end, 10);
-  if (*end != '\0' || seconds < 1 || seconds > 60) {
-    throw ControllerError(std::string("DIRWATCH_DNS_TIMEOUT=") + timeout +
-                          ": give seconds from 1 to 60");
-  }
-  options.timeout_s = static_cast<int>(seconds);
+  options.timeout_s = seconds_from_environment("DIRWATCH_DNS_TIMEOUT", options.timeout_s, 60);
   return options;
 }
 

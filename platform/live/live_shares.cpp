@@ -2,11 +2,13 @@
 
 #include <fcntl.h>
 #include <libsmbclient.h>
+#include <strings.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <mutex>
 #include <utility>
+
+#include "platform/live/environment_text.h"
 
 namespace platform::live {
 namespace {
@@ -41,12 +43,13 @@ struct FreeContext {
 };
 using Context = std::unique_ptr<SMBCCTX, FreeContext>;
 
-// Null with errno. A context that no function for passwords is set in, or that is not initialised,
-// answers every call with "invalid argument", as if the address were wrong.
+// Null with errno. A context that is not initialised answers every call with "invalid argument", as
+// if the address were wrong.
 Context open_context(int timeout_s) {
   Context context(smbc_new_context());
   if (context == nullptr) return nullptr;
   smbc_setDebug(context.get(), 0);
+  smbc_setOptionDebugToStderr(context.get(), 1);  // rows may be on their way to standard output
   smbc_setTimeout(context.get(), timeout_s * 1000);
   smbc_setFunctionAuthDataWithContext(context.get(), ask_nobody);
   smbc_setOptionUseKerberos(context.get(), 1);
@@ -110,7 +113,8 @@ int open_flags(const Shares::How& how) {
 
 class LiveShares : public Shares {
  public:
-  explicit LiveShares(int timeout_s) : library_(std::make_shared<Library>(timeout_s)) {}
+  LiveShares(int timeout_s, MachineFacts machine)
+      : library_(std::make_shared<Library>(timeout_s)), machine_(std::move(machine)) {}
 
   FileError open(const SharePath& path, const How& how, std::unique_ptr<OpenFile>& file,
                  bool& existed) override {
@@ -122,7 +126,7 @@ class LiveShares : public Shares {
       const std::lock_guard guard(library_lock);
       SMBCCTX* context = library_->get();
       if (context == nullptr) return file_error(errno);
-      const std::string url = smb_url(path);
+      const std::string url = url_of(path);
       opened = smbc_getFunctionOpen(context)(context, url.c_str(), open_flags(how), 0644);
       if (opened == nullptr) return file_error(errno);
     }
@@ -134,7 +138,7 @@ class LiveShares : public Shares {
     const std::lock_guard guard(library_lock);
     SMBCCTX* context = library_->get();
     if (context == nullptr) return file_error(errno);
-    const int result = smbc_getFunctionUnlink(context)(context, smb_url(path).c_str());
+    const int result = smbc_getFunctionUnlink(context)(context, url_of(path).c_str());
     return result < 0 ? file_error(errno) : 0;
   }
 
@@ -143,29 +147,32 @@ class LiveShares : public Shares {
     SMBCCTX* context = library_->get();
     if (context == nullptr) return file_error(errno);
     struct stat found {};
-    const int result = smbc_getFunctionStat(context)(context, smb_url(path).c_str(), &found);
+    const int result = smbc_getFunctionStat(context)(context, url_of(path).c_str(), &found);
     if (result < 0) return file_error(errno);
     is_folder = S_ISDIR(found.st_mode);
     return 0;
   }
 
  private:
+  // A path may name the domain in the place of a server, as those of policies do. A client of the
+  // domain is then referred to a controller near it, and none is nearer than the one at hand.
+  std::string url_of(const SharePath& path) const {
+    if (machine_.dns_suffix.empty() || !same_text(path.server, machine_.dns_suffix)) {
+      return smb_url(path);
+    }
+    return smb_url({machine_.host_name + "." + machine_.dns_suffix, path.share, path.path});
+  }
+  static bool same_text(const std::string& left, const std::string& right) {
+    return left.size() == right.size() && strncasecmp(left.data(), right.data(), left.size()) == 0;
+  }
+
   const std::shared_ptr<Library> library_;
+  const MachineFacts machine_;
 };
 
 }  // namespace
 
-int read_smb_timeout() {
-  const char* timeout = std::getenv("DIRWATCH_SMB_TIMEOUT");
-  if (timeout == nullptr || *timeout == '\0') return 10;
-  char* end = nullptr;
-  const long seconds = std::strtol(timeout, &end, 10);
-  if (*end != '\0' || seconds < 1 || seconds > 3600) {
-    throw ControllerError(std::string("DIRWATCH_SMB_TIMEOUT=") + timeout +
-                          ": give seconds from 1 to 3600");
-  }
-  return static_cast<int>(seconds);
-}
+int read_smb_timeout() { return seconds_from_environment("DIRWATCH_SMB_TIMEOUT", 10, 3600); }
 
 std::string smb_url(const SharePath& path) {
   const std::string plain = path.server + "/" + path.share + "/" + path.path;
@@ -185,8 +192,8 @@ std::string smb_url(const SharePath& path) {
   return url;
 }
 
-std::unique_ptr<Shares> make_live_shares(int timeout_s) {
-  return std::make_unique<LiveShares>(timeout_s);
+std::unique_ptr<Shares> make_live_shares(int timeout_s, const MachineFacts& machine) {
+  return std::make_unique<LiveShares>(timeout_s, machine);
 }
 
 }  // namespace platform::live

@@ -18,7 +18,8 @@ int read_smb_timeout();
 // The address of a path, with the characters escaped that have a meaning there.
 std::string smb_url(const SharePath& path);
 
-// May be used by several threads; the library behind it serves one at a time.
-std::unique_ptr<Shares> make_live_shares(int timeout_s);
+// machine: the controller at hand, which answers for paths that name its domain. May be used by
+// several threads; the library behind it serves one at a time.
+std::unique_ptr<Shares> make_live_shares(int timeout_s, const MachineFacts& machine);
 
 }  // namespace platform::live

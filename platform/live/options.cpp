@@ -3,30 +3,17 @@
 #include <strings.h>
 #include <sys/stat.h>
 
-#include <charconv>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string_view>
 
 #include "platform/controller.h"
+#include "platform/live/environment_text.h"
 
 namespace platform::live {
 namespace {
 
 constexpr std::string_view kSchemes[] = {"ldap://", "ldaps://", "ldapi://"};
-
-std::string environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value == nullptr ? std::string() : std::string(value);
-}
-
-// A whole decimal number within the bounds, or false.
-bool read_number(std::string_view text, int lowest, int highest, int& value) {
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
-  return error == std::errc() && stop == end && value >= lowest && value <= highest;
-}
 
 std::string read_password(const std::string& file) {
   struct stat status {};
@@ -89,10 +76,7 @@ Address parse_address(const std::string& url) {
 
 Options read_options(Transport transport) {
   Options options;
-  const std::string timeout = environment("DIRWATCH_LDAP_TIMEOUT");
-  if (!timeout.empty() && !read_number(timeout, 1, 3600, options.timeout_s)) {
-    throw ControllerError("DIRWATCH_LDAP_TIMEOUT=" + timeout + ": give seconds from 1 to 3600");
-  }
+  options.timeout_s = seconds_from_environment("DIRWATCH_LDAP_TIMEOUT", options.timeout_s, 3600);
   options.tls_ca_file = environment("DIRWATCH_TLS_CA");
   const std::string verify = environment("DIRWATCH_TLS_VERIFY");
   if (!verify.empty() && verify != "yes" && verify != "no") {

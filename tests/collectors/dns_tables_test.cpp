@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "collectors/background.h"
 #include "include/platform/threads.h"
 #include "include/settings.h"
+#include "include/unique_handle.h"
 #include "tests/collectors/sampling.h"
 #include "tests/directory/forest.h"
 
@@ -179,6 +181,22 @@ class WithoutNameServer : public Sampling {
 TEST_F(WithoutNameServer, DnsTablesShowEveryServerAsMissing) {
   const auto rows = xaf::DirectSampler("DCWNTDSDAD").sample();
   EXPECT_EQ(4u, rows.size());  // a global catalog, two controllers, the PDC
+}
+
+TEST_F(DnsTables, SummaryComesFromItsThreadWhereCachingIsOn) {
+  g_cacheInterval = 60000;
+  hTerminateEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  EXPECT_TRUE(summaries().empty());
+  const UniqueHandle thread{
+      _beginthreadex(nullptr, 0, collectandCacheDNSAdData, nullptr, 0, nullptr)};
+  Sleep(1);
+  platform::faults::reset_counts();
+  EXPECT_EQ(row(1, {}), summaries().at(0));
+  EXPECT_EQ(row(1, {}), summaries().at(0));
+  for (const auto& [call, times] : platform::faults::reached()) EXPECT_NE("DnsQuery_A", call);
+  close_now(hTerminateEvent.exchange(nullptr));
+  WaitForSingleObject(thread.get(), INFINITE);
+  g_cacheInterval = 0;
 }
 
 TEST_F(DnsTables, SummarySurvivesEachPlatformCallFailingOnce) {

@@ -29,6 +29,7 @@ TEST_F(RootDSEServer, SaysWhatItDoesOnStandardOutput) {
   testing::internal::CaptureStdout();
   sample();
   EXPECT_EQ("collecting Root Directory Server data", testing::internal::GetCapturedStdout());
+  EXPECT_EQ(1u, trace_.count("HostName : <DC1>"));
 }
 
 TEST_F(RootDSEServer, ThatCannotBeBoundGivesNoRowAndNoTimerReport) {

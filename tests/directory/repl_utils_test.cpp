@@ -64,7 +64,9 @@ TEST_F(PartnersInfo, IsTriedTwiceAndNoMore) {
   EXPECT_EQ("1355 0", ask("DC1.corp.example"));
   EXPECT_TRUE(trace_.contains("2nd Error: DsBind failed. Error code: <1355>"));
   for (const auto& [call, times] : platform::faults::reached()) {
-    if (call == "DsBindA") EXPECT_EQ(2u, times);
+    if (call == "DsBindA") {
+      EXPECT_EQ(2u, times);
+    }
   }
 }
 

@@ -53,7 +53,7 @@ TEST(RepsFrom, OfVersion1IsReadWhole) {
 }
 
 TEST(RepsFrom, OfVersion2HasAWideAddress) {
-  std::string block = bytes(0, 4) + bytes(20, 4) + bytes(0, 12);
+  std::string block = bytes(0, 4) + bytes(20, 4) + std::string(12, '\0');
   for (const char c : std::string("dc2")) block += std::string(1, c) + std::string(1, '\0');
   const auto read = platform::decode_reps_from(link(2, block + bytes(0, 2)));
   ASSERT_TRUE(read);
@@ -169,6 +169,9 @@ trustAttributes: 32
 
 dn: CN=Configuration,DC=corp,DC=example
 objectClass: configuration
+
+dn: CN=DC2,CN=Configuration,DC=corp,DC=example
+objectClass: server
 
 dn: CN=NTDS Settings,CN=DC2,CN=Configuration,DC=corp,DC=example
 objectClass: nTDSDSA
