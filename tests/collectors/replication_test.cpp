@@ -241,8 +241,10 @@ TEST_F(Replication, WhoseHostIsUnknownKeepsItsRow) {
 
 TEST_F(Replication, IsCollectedByItsThreadAndSampledFromTheCache) {
   g_Replication = new ADPDH(kReplicationCollector);
+  // Before the thread has started: a sample does not collect by itself.
+  g_cacheInterval = 60000;
+  EXPECT_TRUE(sample().empty());
   while_cached(&collectandCacheDRAData, [this] {
-    EXPECT_TRUE(sample().empty());
     Sleep(30000);
     const auto first = sample();
     ASSERT_EQ(1u, first.size());
