@@ -43,6 +43,9 @@ bool Session::start(std::string& error) {
     error = "the thread that builds the counter collectors could not be started";
     return trace.returns(false);
   }
+  // Tables that collect in the background do not wait for the counter collectors themselves: the
+  // lock under which they collect does that, and here nothing collects under it.
+  WaitForSingleObject(allocation_.get(), INFINITE);
   Call_XAF_RegisterAgent();
   Call_XAF_SetProduct();
   return trace.returns(true);

@@ -6,7 +6,6 @@
 #include "cli/host.h"
 #include "cli/sample_progress.h"
 #include "cli/table_names.h"
-#include "collectors/pending.h"
 
 namespace cli {
 
@@ -17,22 +16,19 @@ int report(const std::string& error) {
   return 1;
 }
 
-// The names asked for in the framework's spelling; every built table when none is.
+// The names asked for in the framework's spelling; every table when none is.
 // Not 0: the exit status of a name that is no table.
 int resolve(const std::vector<std::string>& asked, std::vector<std::string>& names) {
   for (const std::string& name : asked) {
     const tables::TableView* table = find_table(name);
     if (table == nullptr) return report_unknown_table(name);
-    if (is_pending(table->name)) {
-      return report(std::string(table->name) + ": its collector is not built yet");
-    }
     if (std::find(names.begin(), names.end(), table->name) == names.end()) {
       names.emplace_back(table->name);
     }
   }
   if (!asked.empty()) return 0;
   for (const tables::TableView& table : tables::catalogue()) {
-    if (!is_pending(table.name)) names.emplace_back(table.name);
+    names.emplace_back(table.name);
   }
   return 0;
 }

@@ -1,32 +1,19 @@
 #include "collectors/background.h"
 
 #include "collectors/cache.h"
-#include "include/platform/threads.h"
-#include "include/settings.h"
 #include "include/trace.h"
 
-namespace {
-
-// A collection that is not built yet leaves one line in the trace and nothing else.
-template <const auto& kTable>
-void collect_nothing() {
-  DCW_TRACE("CollectData");
-  trace.always()("No collector is built for table %s yet.", kTable.name);
-}
-
-}  // namespace
-
-#define DCW_CACHE_THREAD(entry, collect)                  \
-  unsigned entry(void* /*argument*/) {                    \
-    DCW_TRACE(#entry);                                    \
-    return collectors::run_cache_thread(trace, &collect); \
+#define DCW_CACHE_THREAD(entry, table)                                                   \
+  unsigned entry(void* /*argument*/) {                                                   \
+    DCW_TRACE(#entry);                                                                   \
+    return collectors::run_cache_thread(trace, &collectors::CollectData<tables::table>); \
   }
-DCW_CACHE_THREAD(collectandCacheDCAData, collectors::CollectData<tables::DCWNTDSDCA>)
-DCW_CACHE_THREAD(collectandCacheDNSAdData, collectors::CollectData<tables::DCWNTDSDAI>)
-DCW_CACHE_THREAD(collectandCacheDRAData, collect_nothing<tables::DCWNTDSDRA>)
-DCW_CACHE_THREAD(collectandCacheDCPData, collectors::CollectData<tables::DCWNTDSDCP>)
-DCW_CACHE_THREAD(collectandCacheRLTData, collect_nothing<tables::DCWNTDSRLT>)
-DCW_CACHE_THREAD(collectandCacheRPLData, collect_nothing<tables::DCWNTDSRPL>)
-DCW_CACHE_THREAD(collectandCacheTRSData, collectors::CollectData<tables::DCWNTDSTRS>)
-DCW_CACHE_THREAD(collectandCacheTTPData, collectors::CollectData<tables::DCWNTDSTTP>)
+DCW_CACHE_THREAD(collectandCacheDCAData, DCWNTDSDCA)
+DCW_CACHE_THREAD(collectandCacheDNSAdData, DCWNTDSDAI)
+DCW_CACHE_THREAD(collectandCacheDRAData, DCWNTDSDRA)
+DCW_CACHE_THREAD(collectandCacheDCPData, DCWNTDSDCP)
+DCW_CACHE_THREAD(collectandCacheRLTData, DCWNTDSRLT)
+DCW_CACHE_THREAD(collectandCacheRPLData, DCWNTDSRPL)
+DCW_CACHE_THREAD(collectandCacheTRSData, DCWNTDSTRS)
+DCW_CACHE_THREAD(collectandCacheTTPData, DCWNTDSTTP)
 #undef DCW_CACHE_THREAD

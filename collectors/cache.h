@@ -84,6 +84,13 @@ void replace(Rows<kTable>& buffer, Rows<kTable>& finished) {
   buffer.swap(finished);
 }
 
+// Empties a list of rows and leaves the event as it is: a sample waits for nothing and finds none.
+template <const auto& kTable>
+void clear_rows() {
+  const CacheRowsLock lock(Cached<kTable>::event);
+  Cached<kTable>::buffer.clear();
+}
+
 // Replaces the buffer by what a collection finished. Waits as long as a sample holds the cache.
 template <const auto& kTable, typename Buffer>
 void transfer(const trace::Scope& trace, Buffer& finished) {

@@ -6,6 +6,10 @@
 
 namespace collectors {
 
+CacheRowsLock::CacheRowsLock(CacheEvent& cache) : cache_(cache) { SYS1_GetLock(&cache_.rows_); }
+
+CacheRowsLock::~CacheRowsLock() { SYS1_ReleaseLock(&cache_.rows_); }
+
 CacheHold::~CacheHold() {
   if (held_) unlock_and_signal();
 }

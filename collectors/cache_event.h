@@ -35,11 +35,24 @@ class CacheEvent {
 
  private:
   friend class CacheHold;
+  friend class CacheRowsLock;
 
   std::atomic<HANDLE> event_{nullptr};
   SYS1_Lock rows_;  // held by the side that works on the rows, inside the event
   // The rows were given up, but the event could not be signalled: the next side does not wait.
   std::atomic<bool> release_owed_{false};
+};
+
+// The lock alone, for a collector that empties its rows without taking the cache.
+class CacheRowsLock {
+ public:
+  explicit CacheRowsLock(CacheEvent& cache);
+  ~CacheRowsLock();
+  CacheRowsLock(const CacheRowsLock&) = delete;
+  CacheRowsLock& operator=(const CacheRowsLock&) = delete;
+
+ private:
+  CacheEvent& cache_;
 };
 
 // Holds one cache's rows, from a successful take to release() or its own end.

@@ -2,8 +2,6 @@
 
 #include <cstdio>
 
-#include "include/platform/time.h"
-
 namespace directory {
 
 HRESULT bind_object(const wchar_t* path, Reference<IADs>& object) {
@@ -101,6 +99,13 @@ bool bounds(const trace::Scope& trace, const Variant& values, const ArrayMessage
   return true;
 }
 
+std::string time_text(const SYSTEMTIME& local) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%02d/%02d/%d  %02d:%02d", int{local.wMonth}, int{local.wDay},
+                int{local.wYear}, int{local.wHour}, int{local.wMinute});
+  return text;
+}
+
 bool read_time_text(IADs* object, std::string_view attribute, std::string& text) {
   const DirectoryString name(attribute);
   Variant values;
@@ -111,10 +116,7 @@ bool read_time_text(IADs* object, std::string_view attribute, std::string& text)
   SYSTEMTIME local{};
   if (!VariantTimeToSystemTime(first.get().date, &universal)) return false;
   if (!SystemTimeToTzSpecificLocalTime(nullptr, &universal, &local)) return false;
-  char buffer[64];
-  std::snprintf(buffer, sizeof buffer, "%02d/%02d/%d  %02d:%02d", int{local.wMonth},
-                int{local.wDay}, int{local.wYear}, int{local.wHour}, int{local.wMinute});
-  text = buffer;
+  text = time_text(local);
   return true;
 }
 

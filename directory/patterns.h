@@ -13,6 +13,7 @@
 #include "directory/result_codes.h"
 #include "directory/text.h"
 #include "include/platform/threads.h"
+#include "include/platform/time.h"
 #include "include/settings.h"
 #include "include/trace.h"
 
@@ -132,8 +133,11 @@ int walk_values(const trace::Scope& trace, Variant& values, const ArrayMessages&
   return outcome;
 }
 
-// The attribute's first value, a time, as local "month/day/year  hours:minutes". False, with
-// nothing changed, when it cannot be read or is no time.
+// A local time as "month/day/year  hours:minutes", the form that rows have it in.
+std::string time_text(const SYSTEMTIME& local);
+
+// The attribute's first value, a time, in that form. False, with nothing changed, when it cannot be
+// read or is no time.
 bool read_time_text(IADs* object, std::string_view attribute, std::string& text);
 
 }  // namespace directory

@@ -5,7 +5,7 @@
 #include <ctime>
 
 struct ConsistencyObject {
-  char name[100] = {};        // the controller's full name
+  char name[100] = {};        // the controller's, as its own agent calls it
   std::tm whenChanged = {};   // when the change reached the server that was asked, universal time
   char description[64] = {};  // the time that was written, universal, with a newline at its end
 };

@@ -37,6 +37,7 @@ constexpr UsualFailure kUsualFailures[] = {
     {"_access", 2},   // an errno value: no such file
     {"_popen", 24},   // an errno value: too many open files
     {"_pclose", 10},  // an errno value: no such child
+    {"system", 12},   // an errno value: no memory
     {"_putenv", 12},  // an errno value: no memory
     {"ExpandEnvironmentStringsA", ERROR_NOT_ENOUGH_MEMORY},
     {"GetVersionExA", ERROR_INSUFFICIENT_BUFFER},
