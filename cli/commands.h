@@ -23,7 +23,7 @@ struct CountersOptions {
 int counters_command(const CountersOptions& options);
 
 struct SampleOptions {
-  std::vector<std::string> tables;  // none: every table whose collector is built
+  std::vector<std::string> tables;  // none: every table
   std::string controller;           // empty: the environment's, else the embedded recording
   std::string configuration;        // a TOML file; empty: none
   std::string format = "table";     // table, json or csv

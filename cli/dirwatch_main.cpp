@@ -41,8 +41,7 @@ int main(int argc, char** argv) {
   cli::SampleOptions sample;
   CLI::App* sample_command = app.add_subcommand(
       "sample", "Sample tables once; the exit status is 0 when every table named gave rows");
-  sample_command->add_option("TABLE", sample.tables,
-                             "tables by name; default: every table that is built");
+  sample_command->add_option("TABLE", sample.tables, "tables by name; default: every table");
   add_controller(sample_command, sample.controller);
   sample_command->add_option("-f,--format", sample.format, "table, json (one object a row) or csv")
       ->check(CLI::IsMember({"table", "json", "csv"}));

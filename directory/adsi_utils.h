@@ -29,7 +29,8 @@ class ADSIutils {
   static int GetForestName(const char* server, std::span<char> forestName);
 
   // The consistency object: one a controller, named after it, in the LostAndFound container of the
-  // domain given by its distinguished name. It outlives the agent; nothing deletes it. Each: 0, ADSI_CONTAINER_ERR or ADSI_OBJECT_ERR.
+  // domain given by its distinguished name. It outlives the agent; nothing deletes it. Each: 0,
+  // ADSI_CONTAINER_ERR or ADSI_OBJECT_ERR.
   //
   // Reads the object of that name as the server sees it. On failure the fields read before stay.
   static int GetConsistencyObject(const char* server, const char* domain, const char* name,

@@ -1,6 +1,7 @@
 #pragma once
-// The day of the build, which the trace's file records carry. Its text stands in one source unit: in
-// every unit it would make each day's build of the same source another one, and none could be cached.
+// The day of the build, which the trace's file records carry. Its text stands in one source unit:
+// in every unit it would make each day's build of the same source another one, and none could be
+// cached.
 
 namespace trace {
 

@@ -30,14 +30,9 @@ inline constexpr std::uint32_t kError = 128;
 namespace {
 // One a translation unit, which is one a source file. Date and time come from the build system: the
 // compiler's own would make every build of the same source another program.
-[[maybe_unused]] TRC1_FileRecord file_record = {__BASE_FILE__,
-                                                sizeof(__BASE_FILE__) - 1,
-                                                build_date,
-                                                sizeof(build_date) - 1,
-                                                build_time,
-                                                sizeof(build_time) - 1,
-                                                "1.0",
-                                                sizeof("1.0") - 1};
+[[maybe_unused]] TRC1_FileRecord file_record = {
+    __BASE_FILE__, sizeof(__BASE_FILE__) - 1, build_date, sizeof(build_date) - 1,
+    build_time,    sizeof(build_time) - 1,    "1.0",      sizeof("1.0") - 1};
 }  // namespace
 
 // A line that knows its place in the source and whether it is wanted. Calling it formats the text

@@ -1,6 +1,6 @@
 #pragma once
-// Files by handle, file attributes, and commands through a pipe. Streams (fopen and its kin) and the
-// command whose output goes to our own (system) are the C library's on every system.
+// Files by handle, file attributes, and commands through a pipe. Streams (fopen and its kin) and
+// the command whose output goes to our own (system) are the C library's on every system.
 
 #include "platform/base.h"
 #ifdef _WIN32

@@ -1,7 +1,5 @@
 // services.json: what is read, what is refused, and the service manager's calls over it.
 
-#include "platform/services/recorded_services.h"
-
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -12,6 +10,7 @@
 #include "platform/files.h"
 #include "platform/recorded/recording.h"
 #include "platform/service_manager.h"
+#include "platform/services/recorded_services.h"
 
 namespace {
 
