@@ -45,6 +45,12 @@ def samba_tool(machine, *arguments):
     return done.stdout
 
 
+def ip(*arguments):
+    """Changes the network of dc2's machine."""
+    subprocess.run([os.environ["LAB_PROGRAM"], "exec", "dc2", "ip", *arguments], check=True,
+                   timeout=30)
+
+
 def administrator(server, program):
     return [program, "-x", "-H", url(server), "-D", os.environ["LAB_BIND_DN"],
             "-y", os.environ["LAB_PASSWORD_FILE"]]
@@ -343,6 +349,27 @@ class ForestTest(unittest.TestCase):
                 lab("start", "dc2")
             until(lambda: failing(0) and
                   {f for f, _ in self.neighbours(questions, FIRST)[0].values()} == {0})
+
+    def test_42_a_ping_tells_who_answers_who_is_silent_and_who_is_nobody(self):
+        with Questions(FIRST) as questions:
+            # The lab's machines are closer than a millisecond, and a ping says so as 0 or little more.
+            answer = questions.ask("reach", SECOND)
+            self.assertIn(answer["average_ms"], range(0, 1000))
+            self.assertEqual(answer["bound"], 1)
+            # A server that is stopped still has a machine that answers.
+            lab("stop", "dc2")
+            try:
+                answer = questions.ask("reach", SECOND)
+                self.assertIn(answer["average_ms"], range(0, 1000))
+                self.assertEqual(answer["bound"], 0)
+                ip("link", "set", "eth0", "down")
+                try:
+                    self.assertEqual(questions.ask("reach", SECOND)["average_ms"], -2)
+                finally:
+                    ip("link", "set", "eth0", "up")
+            finally:
+                lab("start", "dc2")
+            self.assertEqual(questions.ask("reach", "nobody." + DOMAIN)["average_ms"], -1)
 
     # The marker of the latency measurement.
 

@@ -9,7 +9,7 @@
 //   controllers_in|SERVER|SITE       domain_controllers|SERVER
 //   roles|SERVER|DOMAIN_DN           neighbours|FULL_NAME      partners_in_domain|FULL_NAME
 //   create|SERVER|DOMAIN_DN          update|SERVER|DOMAIN_DN   consistency|FROM|DOMAIN_DN|NAME
-//   locked_users                     objects
+//   locked_users                     objects                   reach|FULL_NAME
 
 #include <cstdio>
 #include <cstring>
@@ -25,6 +25,7 @@
 #include "directory/adsi_utils.h"
 #include "directory/dns_utils.h"
 #include "directory/dsf_utils.h"
+#include "directory/reachability.h"
 #include "directory/repl_utils.h"
 #include "framework/trc/control.h"
 #include "include/platform/adsi.h"
@@ -139,6 +140,13 @@ json partners_in_domain(const Words& words) {
   return {{"names", partners}};
 }
 
+// Whether the server answers a ping, and lets itself be bound then.
+json reach(const Words& words) {
+  unsigned char bound = 2;
+  const std::int32_t average_ms = ping(words[1].c_str(), "", 1, 1, &bound);
+  return {{"average_ms", average_ms}, {"bound", bound}};
+}
+
 json site(const Words& words) {
   Text name = {};
   const std::uint32_t status = DSFUtils::GetSiteName(words[1].c_str(), name);
@@ -214,6 +222,7 @@ const std::map<std::string, Question> kQuestions = {
      }},
     {"site", &site},
     {"roles", &roles},
+    {"reach", &reach},
     {"neighbours", &neighbours},
     {"partners_in_domain", &partners_in_domain},
     {"consistency", &consistency},
