@@ -69,7 +69,7 @@ void DWAGetCurrentTime(std::span<char> buffer) {
                 int{now.wMilliseconds});
 }
 
-DWORD GetFileContent(std::string path, std::string& content) {
+DWORD GetFileContent(const std::string& path, std::string& content) {
   DCW_TRACE("GetFileContent");
   const HANDLE opened = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);

@@ -22,7 +22,7 @@ void DWAGetCurrentTime(std::span<char> buffer);
 
 // Appends the file's text to content. 0, or the system's error of the step that failed; what was
 // read before stays appended. Of a block that holds a zero only the text before it counts.
-DWORD GetFileContent(std::string path, std::string& content);
+DWORD GetFileContent(const std::string& path, std::string& content);
 
 namespace collectors {
 

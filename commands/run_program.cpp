@@ -17,6 +17,7 @@ ProgramResult run_program(const std::vector<std::string>& words) {
   if (pipe2(ends, O_CLOEXEC) != 0) return result;
   setenv("LC_ALL", "C", 1);
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;

@@ -48,8 +48,10 @@ HRESULT Search::open(const wchar_t* path) {
 HRESULT Search::execute(std::wstring_view filter, std::span<const std::string_view> names) {
   std::wstring wide_filter(filter);
   std::vector<std::wstring> wide_names;
+  wide_names.reserve(names.size());
   for (const std::string_view name : names) wide_names.push_back(widened(name));
   std::vector<LPWSTR> pointers;
+  pointers.reserve(wide_names.size());
   for (std::wstring& name : wide_names) pointers.push_back(name.data());
   return object_->ExecuteSearch(wide_filter.data(), pointers.data(),
                                 static_cast<DWORD>(pointers.size()), &search_);

@@ -22,12 +22,12 @@ tables::OriginNode localHostPadded;
 template <tables::Name kColumn>
 void set_ascii(ServiceRow& row, const wchar_t* text) {
   CKUtil::mwUTF16toASCIIcpy(row.field<kColumn>(), utf16_of(text).c_str(),
-                            std::int32_t{row.width<kColumn>()}, 0);
+                            static_cast<std::int32_t>(row.width<kColumn>()), 0);
 }
 template <tables::Name kColumn>
 void set_utf8(ServiceRow& row, const wchar_t* text) {
   CKUtil::mwUTF16toUTF8cpy(row.field<kColumn>(), utf16_of(text).c_str(),
-                           std::int32_t{row.width<kColumn>()});
+                           static_cast<std::int32_t>(row.width<kColumn>()));
 }
 
 void fill(ServiceRow& row, std::int32_t number, const ServiceRecord& record) {
