@@ -79,7 +79,7 @@ def texts(entry, name):
     return [value.decode() for value in entry.get(name.lower(), [])]
 
 
-def until(condition, seconds=90):
+def until(condition, seconds=300):
     """The first true answer of a condition that the forest reaches by itself, by replicating."""
     deadline = time.monotonic() + seconds
     while not (answer := condition()):
@@ -536,6 +536,116 @@ class ForestTest(unittest.TestCase):
             self.dns("delete", name, ghost)
             if SECOND not in self.published(name):  # its own updater may have been quicker
                 self.dns("add", name, SECOND)
+
+    # Tables of the background threads, collected by the sample itself here.
+
+    def one_row(self, table, server):
+        rows, done = sample(table, url(server))
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(len(rows), 1)
+        return rows[0]
+
+    def partner_rows(self, server):
+        rows, done = sample("DCWNTDSRPL", url(server))
+        self.assertEqual(done.returncode, 0, done.stderr)
+        return rows
+
+    def test_80_replication_partners_as_samba_tool_lists_them(self):
+        # What an earlier case stopped is forgotten with the next success.
+        until(lambda: {failures for machine in ("dc1", "dc2")
+                       for failures, _ in self.links(machine).values()} == {0})
+
+        def dns_form(context):
+            return ".".join(part.partition("=")[2] for part in context.split(","))
+
+        for machine, server, site, other_site in (("dc1", FIRST, HOME_SITE, BRANCH_SITE),
+                                                  ("dc2", SECOND, BRANCH_SITE, HOME_SITE)):
+            wanted = sorted((partner, dns_form(context), failures, "InterSite", other_site, site,
+                             server)
+                            for (context, partner), (failures, _) in self.links(machine).items())
+            self.assertEqual(len(wanted), 5)
+            found = sorted((row["rplpart"], row["rpldir"], row["rplfail"], row["rpltype"],
+                            row["rplpst"], row["rplsite"], row["rplhn"].lower())
+                           for row in self.partner_rows(server))
+            self.assertEqual(found, wanted)
+
+    def test_81_failures_of_a_stopped_partner_show_in_its_rows(self):
+        lab("stop", "dc2")
+        try:
+            rows = until(lambda: [row for row in self.partner_rows(FIRST) if row["rplfail"] >= 2])
+            highest = max(failures for failures, _ in self.links("dc1").values())
+            for row in rows:
+                self.assertEqual(row["rplpart"], "DC2")
+                self.assertLessEqual(row["rplfail"], highest)
+        finally:
+            lab("start", "dc2")
+        until(lambda: {row["rplfail"] for row in self.partner_rows(FIRST)} == {0})
+
+    def test_82_availability_with_every_server_up(self):
+        row = self.one_row("DCWNTDSDCA", FIRST)
+        catalogs = [name for _, _, name, options in servers() if options == 1]
+        self.assertEqual(
+            [row[name] for name in ("dcarpp", "dcarppp", "dcagc", "dcagcp", "dcagcb", "dcasgc",
+                                    "dcasgcp", "dcasgcb", "dcasdc", "dcasdcb")],
+            [1, 1, len(catalogs), len(catalogs), len(catalogs), 1, 1, 1, 1, 1])
+        owners = self.owners()
+        self.assertEqual(set(owners.values()), {"DC1"})
+        for role in ("rid", "dn", "inf", "sch", "pdc"):
+            self.assertEqual(row["dca" + role].upper(), f"{HOME_SITE}\\DC1".upper())
+            self.assertEqual(row["dcap" + role], row["dca" + role])
+            self.assertIn(row[f"dca{role}p"], range(0, 1000))
+            self.assertEqual(row[f"dca{role}b"], 1)
+        self.assertEqual((row["dcafsmo"], row["dcasite"], row["dcahn"].lower(), row["dcafst"],
+                          row["dcadom"], row["dcagcs"]),
+                         ("Domain_Naming", HOME_SITE, FIRST, DOMAIN, DOMAIN, "TRUE"))
+
+    def test_83_availability_with_one_server_stopped_then_gone(self):
+        lab("stop", "dc2")
+        try:
+            row = self.one_row("DCWNTDSDCA", FIRST)
+            self.assertEqual([row[name] for name in ("dcarpp", "dcarppp", "dcagc", "dcagcp", "dcagcb")],
+                             [1, 1, 2, 2, 1])
+            ip("link", "set", "eth0", "down")
+            try:
+                row = self.one_row("DCWNTDSDCA", FIRST)
+                self.assertEqual(
+                    [row[name] for name in ("dcarpp", "dcarppp", "dcagc", "dcagcp", "dcagcb",
+                                            "dcasgcp", "dcapdcb")], [1, 0, 2, 1, 1, 1, 1])
+            finally:
+                ip("link", "set", "eth0", "up")
+        finally:
+            lab("start", "dc2")
+
+    def test_84_availability_names_the_new_holder_of_a_role_that_moved(self):
+        samba_tool("dc2", "fsmo", "transfer", "--role=pdc")
+        try:
+            until(lambda: self.owners()["PdcEmulationMasterRole"] == "DC2")
+            row = self.one_row("DCWNTDSDCA", FIRST)
+            self.assertEqual(row["dcapdc"].upper(), f"{BRANCH_SITE}\\DC2".upper())
+            self.assertEqual((row["dcapdcb"], row["dcafsmo"]), (1, "Domain_Naming"))
+            self.assertIn(row["dcapdcp"], range(0, 1000))
+            self.assertEqual(row["dcarid"].upper(), f"{HOME_SITE}\\DC1".upper())
+        finally:
+            samba_tool("dc1", "fsmo", "transfer", "--role=pdc")
+            until(lambda: set(self.owners().values()) == {"DC1"})
+
+    def test_85_latency_of_a_change_that_really_replicates(self):
+        def changed(server):
+            found = search(server, f"CN=dc1,CN=LostAndFound,{BASE}", "base", "(objectClass=*)",
+                           ["whenChanged"])
+            return found and found[0][1]["whenchanged"][0]
+
+        def arrived():
+            row = self.one_row("DCWNTDSRLT", FIRST)
+            return row["rltlat"] != -1 and row
+
+        row = until(arrived)
+        self.assertEqual((row["rltpart"], row["rltpst"], row["rltdn"].lower(), row["rlthn"].lower()),
+                         ("DC2", BRANCH_SITE, SECOND, FIRST))
+        moments = [time.mktime(time.strptime(changed(server).decode()[:14], "%Y%m%d%H%M%S"))
+                   for server in (FIRST, SECOND)]
+        self.assertEqual(row["rltlat"], int(moments[1] - moments[0]) - row["rltcld"])
+        self.assertIn(row["rltcld"], range(-2, 3))  # both read one clock, one after the other
 
 
 if __name__ == "__main__":
