@@ -23,6 +23,7 @@ bool RowBlock::grow(std::size_t capacity) {
 
 void RowStore::set_row_size(std::uint32_t bytes) {
   block_.reset();
+  spare_.reset();
   row_size_ = bytes;
   count_ = 0;
   allocated_ = 0;
@@ -58,13 +59,26 @@ RowStore::Inserted RowStore::append(const char* row) {
   return Inserted::kYes;
 }
 
+namespace {
+
+// Whether this is the only owner; then what the former ones read is read.
+bool alone(std::shared_ptr<RowBlock>& block) {
+  if (block.use_count() > 1) return false;
+  // The count alone orders nothing; giving up a share of one's own waits for theirs.
+  std::shared_ptr<RowBlock>(block).reset();
+  return true;
+}
+
+}  // namespace
+
 void RowStore::clear() {
   count_ = 0;
-  // Whoever shares the block keeps its rows; the next sample gets a block of its own.
-  if (block_ != nullptr && block_.use_count() > 1) {
-    block_.reset();
-    allocated_ = 0;
-  }
+  if (block_ == nullptr || alone(block_)) return;
+  // Whoever shares the block keeps its rows; the next sample writes into the one before, if nobody
+  // shares that any more: fresh memory costs more than the rows that are copied into it.
+  block_.swap(spare_);
+  if (block_ != nullptr && !alone(block_)) block_.reset();
+  allocated_ = block_ == nullptr ? 0 : static_cast<std::uint32_t>(block_->capacity() / row_size_);
 }
 
 }  // namespace xaf

@@ -57,6 +57,7 @@ class RowStore {
   bool make_room();
 
   std::shared_ptr<RowBlock> block_;
+  std::shared_ptr<RowBlock> spare_;  // of the sample before, perhaps still shared
   std::uint32_t row_size_ = 0;
   std::uint32_t step_ = 1;
   std::uint32_t limit_ = 0x7FFFFFFF;

@@ -5,6 +5,8 @@
 #include <sstream>
 
 #include "collectors/object_count.h"
+#include "include/platform/files.h"
+#include "include/unique_handle.h"
 #include "tests/collectors/sampling.h"
 #include "tests/directory/forest.h"
 
@@ -183,6 +185,26 @@ TEST_F(ObjectCountFile, ThatCannotBeOpenedOrWrittenIsAFailure) {
     EXPECT_FALSE(collectors::write_object_count(collectors::object_count_path(), 0));
     platform::faults::clear();
   }
+}
+
+TEST_F(ObjectCountFile, ThatItsWriterHasJustEmptiedShows0AndThenTheNewCount) {
+  installation_.write("4711");
+  const UniqueHandle writer{CreateFileA(collectors::object_count_path().c_str(), GENERIC_WRITE,
+                                        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr)};
+  ASSERT_NE(INVALID_HANDLE_VALUE, writer.get());
+  EXPECT_EQ(row(1, 0, 2, 0), sample());
+  DWORD written = 0;
+  ASSERT_TRUE(WriteFile(writer.get(), "48", 2, &written, nullptr));
+  EXPECT_EQ(row(1, 0, 2, 48), sample());
+}
+
+TEST_F(ObjectCountFile, IsLookedForFromTheRootWhenNoInstallationIsNamed) {
+  unsetenv("MARLOW_HOME");
+  EXPECT_EQ(row(1, 0, 2, 0), sample());
+  EXPECT_EQ(
+      1u, trace_.count("Path for NumberOfObjects file :\\WATCHD6_x64\\logs\\NumberOfObjects.txt"));
+  EXPECT_EQ(1u, trace_.count("Error: Number Of Objects file open failed: NumberOfObjects.txt"));
 }
 
 }  // namespace

@@ -225,6 +225,21 @@ TEST_F(Rows, RoomGrowsByTheAllocationDefaultAtLeast) {
   EXPECT_EQ(object.NumRowsAllocated(), 4u);  // the room is used again
 }
 
+TEST_F(Rows, TheLatestStayAsTheyAreWhileTheNextSampleReusesTheRoomOfTheOneBefore) {
+  probe::Table& object = table();
+  for (int sample = 0; sample < 5; ++sample) {
+    object.add(probe::row("a", sample) + probe::row("b", sample) + probe::row("c", sample));
+    EXPECT_EQ(object.NumRowsAllocated(), 4u);
+    ASSERT_EQ(object.Dispatch(), 0u);
+    object.ClearCount();
+    object.add(probe::row("next", -1));
+    EXPECT_THAT(
+        xaf::latest_rows("ROWS"),
+        ElementsAre(probe::row("a", sample), probe::row("b", sample), probe::row("c", sample)));
+    object.ClearCount();
+  }
+}
+
 TEST_F(Rows, ManyRowsKeepTheirOrder) {
   probe::Table& object = table();
   for (int count = 0; count < 10000; ++count) object.add(probe::row("n", count));
