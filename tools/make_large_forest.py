@@ -3,7 +3,7 @@
 
 Five sites, ten domain controllers (two of them read-only, one of a child domain), a server that is no
 controller any more, connections between them all, bridgeheads, links, roles, policies, containers,
-lost objects, and a marker of replication that each controller saw at a time of its own. The result is
+people (some locked), an optional feature, lost objects, and a marker of replication that each controller saw at a time of its own. The result is
 committed and the same on every run:
 
     tools/make_large_forest.py tests/recordings/large_forest
@@ -35,6 +35,9 @@ CONTROLLERS = [
 ]
 CHILD_CONTROLLERS = {"QUI-DC1"}
 MACHINE = "BER-DC1"
+FEATURE_PATH = ["CN=Services," + CONFIGURATION]
+for _name in ("Windows NT", "Directory Service", "Optional Features", "Recycle Bin Feature"):
+    FEATURE_PATH.append(f"CN={_name},{FEATURE_PATH[-1]}")
 SITE_NAMES = ["Berlin", "Paris", "Oslo", "Lima", "Quito"]
 ROLES = {
     ROOT: "BER-DC1",
@@ -124,6 +127,23 @@ def write_domain(ldif, domain):
                    f"gPCFileSysPath: \\\\corp.example\\sysvol\\Policies\\{number}")
 
 
+def write_people(ldif, domain, count):
+    """Every seventh is locked, every fifth of the others was once; computers are nobody."""
+    category = "objectCategory: CN={},CN=Schema,CN=Configuration," + ROOT
+    for number in range(count):
+        lines = [category.format("Person")]
+        if number % 7 == 0:
+            lines.append(f"lockoutTime: {134000000000000000 + number}")
+        elif number % 5 == 0:
+            lines.append("lockoutTime: 0")
+        ldif.entry(f"CN=Person {number},CN=Users,{domain}", "person organizationalPerson user",
+                   *lines)
+    for number in range(4):
+        ldif.entry(f"CN=PC{number},CN=Computers,{domain}",
+                   "person organizationalPerson user computer", category.format("Computer"),
+                   "lockoutTime: 134000000000000000")
+
+
 def write_lost(ldif):
     for number in range(25):
         ldif.entry(f"CN=Lost {number},CN=LostAndFound,{ROOT}",
@@ -169,12 +189,15 @@ def directory():
     ldif = Ldif()
     write_root(ldif)
     write_domain(ldif, ROOT)
+    write_people(ldif, ROOT, 60)
     write_lost(ldif)
     write_domain(ldif, CHILD)
+    write_people(ldif, CHILD, 15)
     ldif.entry(CONFIGURATION, "configuration")
     ldif.entry(SCHEMA, "dMD")
     ldif.entry("CN=Partitions," + CONFIGURATION, "crossRefContainer")
-    ldif.entry("CN=Services," + CONFIGURATION, "container")
+    for name in FEATURE_PATH:
+        ldif.entry(name, "msDS-OptionalFeature" if name == FEATURE_PATH[-1] else "container")
     ldif.entry(SITES, "sitesContainer")
     for site in SITE_NAMES:
         write_site(ldif, site)

@@ -235,6 +235,30 @@ class Answers {
   std::string lines_;
 };
 
+// The answers to the questions that name no server.
+std::string domain_answers() {
+  std::string lines;
+  const auto add = [&](const std::string& question, int result, const std::string& answer) {
+    lines += question + ": " + std::to_string(result) + " " + answer + "\n";
+  };
+  std::int32_t count = kUntouched;
+  int result = DNSUtils::GetNumberOfUsersLocked(count);
+  add("GetNumberOfUsersLocked", result, std::to_string(count));
+  count = kUntouched;
+  result = DNSUtils::GetNumberOfObjectsInDomain(count);
+  add("GetNumberOfObjectsInDomain", result, std::to_string(count));
+  for (const std::string name : {"Recycle Bin Feature", "Another Feature"}) {
+    const std::string path = "LDAP://CN=" + name +
+                             ",CN=Optional Features,CN=Directory Service,CN=Windows NT,"
+                             "CN=Services," +
+                             kConfiguration;
+    std::uint8_t enabled = 0xEE;
+    result = DNSUtils::IsOptionalFeatureEnabled(path.c_str(), enabled);
+    add("IsOptionalFeatureEnabled", result, name + " " + std::to_string(enabled));
+  }
+  return lines;
+}
+
 // The controllers in the order of their sites.
 std::vector<ControllerOfForest> controllers() {
   std::vector<ControllerOfForest> all;
@@ -258,6 +282,7 @@ TEST(LargeForest, AnswersEveryQuestionOfEveryControllerAsItsFilesSay) {
   const std::vector<ControllerOfForest> all = controllers();
   EXPECT_EQ(10u, all.size());
   for (const ControllerOfForest& controller : all) answers += Answers(controller).all();
+  answers += domain_answers();
   CoUninitialize();
   EXPECT_EQ(before, platform::accounting::live());
 

@@ -190,6 +190,22 @@ def inventory_answers(server):
     yield "GetAllGPOList", END, ";".join(policy(dn) for dn in children(policies))
 
 
+def domain_answers():
+    """The questions that name no server and so go to the machine's own domain, here the root."""
+    contexts = {value for name, values in ENTRIES[""].items()
+                if name.split(";")[0] == "namingContexts" for value in values}
+    other = tuple(context for context in contexts if context != ROOT)
+    own = [dn for dn in ENTRIES if dn.endswith(ROOT) and not dn.endswith(other)]
+    categorised = [dn for dn in own if seen(dn, "objectCategory")]
+    people = [dn for dn in categorised if one(dn, "objectCategory").startswith("CN=Person,")
+              and "user" in seen(dn, "objectClass")]
+    yield "GetNumberOfUsersLocked", 0, sum(int(one(dn, "lockoutTime") or 0) >= 1 for dn in people)
+    yield "GetNumberOfObjectsInDomain", 0, len(categorised)
+    features = "CN=Optional Features,CN=Directory Service,CN=Windows NT,CN=Services," + CONFIGURATION
+    for name in ("Recycle Bin Feature", "Another Feature"):
+        yield "IsOptionalFeatureEnabled", 0, f"{name} {int(f'CN={name},{features}' in ENTRIES)}"
+
+
 def time_text(time):
     return f"{time[4:6]}/{time[6:8]}/{time[:4]}  {time[8:10]}:{time[10:12]}"
 
@@ -197,6 +213,8 @@ def time_text(time):
 def main():
     text = "".join(f"{one(dn, 'cn')} {question}: {result} {answer}\n"
                    for site, dn in CONTROLLERS for question, result, answer in answers(site, dn))
+    text += "".join(f"{question}: {result} {answer}\n"
+                    for question, result, answer in domain_answers())
     if sys.argv[1:2] != ["--check"]:
         sys.stdout.write(text)
         return 0
