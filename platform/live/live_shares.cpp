@@ -1,7 +1,6 @@
 #include "platform/live/live_shares.h"
 
 #include <fcntl.h>
-#include <libsmbclient.h>
 #include <strings.h>
 
 #include <cerrno>
@@ -9,6 +8,7 @@
 #include <utility>
 
 #include "platform/live/environment_text.h"
+#include "platform/live/smb_library.h"
 
 namespace platform::live {
 namespace {
@@ -38,41 +38,52 @@ FileError file_error(int error) {
   }
 }
 
-struct FreeContext {
-  void operator()(SMBCCTX* context) const { smbc_free_context(context, 1); }
-};
-using Context = std::unique_ptr<SMBCCTX, FreeContext>;
-
-// Null with errno. A context that is not initialised answers every call with "invalid argument", as
-// if the address were wrong.
-Context open_context(int timeout_s) {
-  Context context(smbc_new_context());
-  if (context == nullptr) return nullptr;
-  smbc_setDebug(context.get(), 0);
-  smbc_setOptionDebugToStderr(context.get(), 1);  // rows may be on their way to standard output
-  smbc_setTimeout(context.get(), timeout_s * 1000);
-  smbc_setFunctionAuthDataWithContext(context.get(), ask_nobody);
-  smbc_setOptionUseKerberos(context.get(), 1);
-  smbc_setOptionFallbackAfterKerberos(context.get(), 0);
-  smbc_setOptionNoAutoAnonymousLogin(context.get(), 1);
-  if (smbc_init_context(context.get()) == nullptr) return nullptr;
-  return context;
-}
-
 // Shared with the files that are open, which outlast the shares where a controller is replaced.
-struct Library {
-  explicit Library(int its_timeout_s) : timeout_s(its_timeout_s) {}
+class Library {
+ public:
+  explicit Library(int timeout_s) : timeout_s_(timeout_s) {}
   ~Library() {
     const std::lock_guard guard(library_lock);
-    context.reset();
+    if (context_ != nullptr) calls_->free_context(context_, 1);
   }
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
   // Under library_lock. Null with errno; tried again at the next call.
-  SMBCCTX* get() {
-    if (context == nullptr) context = open_context(timeout_s);
-    return context.get();
+  SMBCCTX* context() {
+    if (context_ == nullptr) open_context();
+    return context_;
   }
-  const int timeout_s;
-  Context context;
+  // Good once there is a context.
+  const SmbLibrary& calls() const { return *calls_; }
+
+ private:
+  // A context that is not initialised answers every call with "invalid argument", as if the address
+  // were wrong.
+  void open_context() {
+    calls_ = SmbLibrary::load();
+    if (calls_ == nullptr) return;
+    SMBCCTX* const context = calls_->new_context();
+    if (context == nullptr) return;
+    calls_->set_debug(context, 0);
+    calls_->set_debug_to_stderr(context, 1);  // rows may be on their way to standard output
+    calls_->set_timeout(context, timeout_s_ * 1000);
+    calls_->set_authentication(context, ask_nobody);
+    calls_->set_use_kerberos(context, 1);
+    calls_->set_fallback_after_kerberos(context, 0);
+    calls_->set_no_automatic_anonymous_login(context, 1);
+    if (calls_->init_context(context) != nullptr) {
+      context_ = context;
+      return;
+    }
+    const int error = errno;
+    calls_->free_context(context, 1);
+    errno = error;
+  }
+
+  const int timeout_s_;
+  const SmbLibrary* calls_ = nullptr;
+  SMBCCTX* context_ = nullptr;
 };
 
 class RemoteFile : public OpenFile {
@@ -81,17 +92,19 @@ class RemoteFile : public OpenFile {
       : library_(std::move(library)), file_(file) {}
   ~RemoteFile() override {
     const std::lock_guard guard(library_lock);
-    smbc_getFunctionClose(library_->get())(library_->get(), file_);
+    library_->calls().close(library_->context())(library_->context(), file_);
   }
   FileError read(void* buffer, std::size_t size, std::size_t& count) override {
     const std::lock_guard guard(library_lock);
-    return moved(smbc_getFunctionRead(library_->get())(library_->get(), file_, buffer, size),
-                 count);
+    return moved(
+        library_->calls().read(library_->context())(library_->context(), file_, buffer, size),
+        count);
   }
   FileError write(const void* buffer, std::size_t size, std::size_t& count) override {
     const std::lock_guard guard(library_lock);
-    return moved(smbc_getFunctionWrite(library_->get())(library_->get(), file_, buffer, size),
-                 count);
+    return moved(
+        library_->calls().write(library_->context())(library_->context(), file_, buffer, size),
+        count);
   }
 
  private:
@@ -124,10 +137,10 @@ class LiveShares : public Shares {
     SMBCFILE* opened = nullptr;
     {
       const std::lock_guard guard(library_lock);
-      SMBCCTX* context = library_->get();
+      SMBCCTX* context = library_->context();
       if (context == nullptr) return file_error(errno);
       const std::string url = url_of(path);
-      opened = smbc_getFunctionOpen(context)(context, url.c_str(), open_flags(how), 0644);
+      opened = library_->calls().open(context)(context, url.c_str(), open_flags(how), 0644);
       if (opened == nullptr) return file_error(errno);
     }
     file = std::make_unique<RemoteFile>(library_, opened);
@@ -136,18 +149,18 @@ class LiveShares : public Shares {
 
   FileError remove(const SharePath& path) override {
     const std::lock_guard guard(library_lock);
-    SMBCCTX* context = library_->get();
+    SMBCCTX* context = library_->context();
     if (context == nullptr) return file_error(errno);
-    const int result = smbc_getFunctionUnlink(context)(context, url_of(path).c_str());
+    const int result = library_->calls().unlink(context)(context, url_of(path).c_str());
     return result < 0 ? file_error(errno) : 0;
   }
 
   FileError look(const SharePath& path, bool& is_folder) override {
     const std::lock_guard guard(library_lock);
-    SMBCCTX* context = library_->get();
+    SMBCCTX* context = library_->context();
     if (context == nullptr) return file_error(errno);
     struct stat found {};
-    const int result = smbc_getFunctionStat(context)(context, url_of(path).c_str(), &found);
+    const int result = library_->calls().stat(context)(context, url_of(path).c_str(), &found);
     if (result < 0) return file_error(errno);
     is_folder = S_ISDIR(found.st_mode);
     return 0;
