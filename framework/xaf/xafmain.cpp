@@ -15,6 +15,7 @@
 #include "framework/xaf/loader.h"
 #include "framework/xaf/settings.h"
 #include "platform/signals.h"
+#include "platform/sockets.h"
 #include "trace.h"
 
 namespace xaf {
@@ -256,9 +257,25 @@ void reset() {
   forget_configuration();
 }
 
+namespace {
+
+// The agent's own threads ask the sockets library for names before the framework runs, and on
+// Windows it must have been started by then. It stays so to the end of the process.
+void start_sockets() {
+  DCW_TRACE("start_sockets");
+  constexpr WORD kVersion2_2 = 0x0202;
+  WSADATA data;
+  if (const int error = WSAStartup(kVersion2_2, &data); error != 0) {
+    trace.always()("the sockets library did not start: %d", error);
+  }
+}
+
+}  // namespace
+
 }  // namespace xaf
 
 std::int32_t XAF_RegisterAgentLoader(XAF_AgentLoader loader) {
+  xaf::start_sockets();
   const std::lock_guard hold(xaf::life().mutex);
   xaf::life().loader = loader;
   xaf::life().loaded = false;

@@ -1,5 +1,5 @@
 #pragma once
-// The machine's own name as the sockets library gives it, short and in full.
+// The sockets library's start, and the machine's own name as it gives it, short and in full.
 
 #include "platform/base.h"
 #ifdef _WIN32
@@ -39,6 +39,15 @@ using LPFN_GETADDRINFO = int (*)(const char* node, const char* service, const AD
 using LPFN_GETNAMEINFO = int (*)(const sockaddr* address, int address_size, char* host,
                                  DWORD host_size, char* service, DWORD service_size, int flags);
 using LPFN_FREEADDRINFO = void (*)(ADDRINFOA* result);
+
+// What the start of the sockets library tells; nothing here reads it.
+struct WSADATA {
+  WORD wVersion;
+  WORD wHighVersion;
+};
+
+// Before the first other call. 0, or the error number itself.
+int WSAStartup(WORD version, WSADATA* data);
 
 // 0, or SOCKET_ERROR with the reason in WSAGetLastError. An overload beside the C library's own,
 // which takes a size_t: pass an int, or the C library may answer instead.

@@ -52,6 +52,7 @@ constexpr UsualFailure kUsualFailures[] = {
     {"PostThreadMessageA", ERROR_INVALID_THREAD_ID},
     {"GetMessageA", ERROR_INVALID_WINDOW_HANDLE},
     {"LoadStringA", ERROR_RESOURCE_NAME_NOT_FOUND},
+    {"WSAStartup", 10091},   // WSASYSNOTREADY
     {"gethostname", 10050},  // WSAENETDOWN
     {"getaddrinfo", 11001},  // WSAHOST_NOT_FOUND
     {"GetSystemDirectoryA", ERROR_NOT_ENOUGH_MEMORY},

@@ -15,6 +15,13 @@ int fail(int error) {
 }
 }  // namespace
 
+// The names come from the controller, which is always ready.
+int WSAStartup(WORD version, WSADATA* data) {
+  if (const auto fault = platform::fault_point("WSAStartup")) return static_cast<int>(fault->code);
+  *data = {version, version};
+  return 0;
+}
+
 int gethostname(char* name, int size) {
   if (const auto fault = platform::fault_point("gethostname")) {
     return fail(static_cast<int>(fault->code));

@@ -63,6 +63,17 @@ TEST_F(Shutdown, WhileLoadingEndsWithoutASample) {
   EXPECT_EQ(time.elapsed_ms(), 100);
 }
 
+TEST_F(Shutdown, ComesAsEverAfterTheSocketsLibraryDidNotStart) {
+  const platform::VirtualTime time;
+  const trc::Capture capture;
+  platform::faults::fail("WSAStartup", 1);
+  XAF_RegisterAgentLoader(load);
+  platform::faults::clear();
+  EXPECT_EQ(capture.count("the sockets library did not start: 10091"), 1u);
+  XAF_Shutdown(1);
+  EXPECT_EQ(xafmain(1, nullptr), 0);
+}
+
 TEST_F(Shutdown, WhileATableSamplesWaitsForThatSample) {
   const platform::VirtualTime time;
   const trc::Capture capture;
