@@ -5,12 +5,16 @@
 // The lock's word is null when free, kHeld when taken with nobody waiting, and else the first of a
 // chain of waiters, each on its own thread's stack.
 
+#include <exception>
 #include <mutex>
 
 #include "framework/trc/internal.h"
 #include "platform/threads.h"
 
 namespace {
+
+constexpr int kHandOverTries = 3;
+constexpr DWORD kAgain_ms = 100;
 
 struct Waiter {
   HANDLE turn = nullptr;  // signalled when the lock has been handed to this waiter
@@ -75,6 +79,19 @@ class Queued {
   bool arrived_ = false;
 };
 
+// A wait that fails is no turn, and neither is having no event to wait for: asks again until the
+// lock has been handed over. A thread that is being ended cannot wait any more and goes on.
+void wait_for_turn(const Waiter& waiter) {
+  while (WaitForSingleObject(waiter.turn, INFINITE) != WAIT_OBJECT_0) {
+    {
+      const std::lock_guard hold(chains());
+      if (waiter.owns) return;
+    }
+    if (std::uncaught_exceptions() > 0) return;
+    Sleep(kAgain_ms);
+  }
+}
+
 }  // namespace
 
 void SYS1_GetLock(SYS1_Lock* lock) {
@@ -96,7 +113,7 @@ void SYS1_GetLock(SYS1_Lock* lock) {
     return;
   }
   Queued queued(lock, &waiter);
-  WaitForSingleObject(waiter.turn, INFINITE);
+  wait_for_turn(waiter);
   queued.arrived();
 }
 
@@ -111,5 +128,6 @@ void SYS1_ReleaseLock(SYS1_Lock* lock) {
   Waiter* const waiter = static_cast<Waiter*>(first);
   lock->implementation.store(waiter->next != nullptr ? static_cast<void*>(waiter->next) : kHeld);
   waiter->owns = true;
-  SetEvent(waiter->turn);
+  // A call that fails once must not leave the lock with a thread that sleeps on.
+  for (int tries = 0; tries < kHandOverTries && !SetEvent(waiter->turn); ++tries) continue;
 }

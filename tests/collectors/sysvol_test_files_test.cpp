@@ -109,6 +109,52 @@ TEST_F(Sysvol, DeletionTellsALockThatCannotBeGivenUp) {
   ASSERT_TRUE(SetEvent(g_sysvolClearEvent));
 }
 
+// One call that fails must not end the tests for good.
+TEST_F(Sysvol, ALockThatCouldNotBeGivenUpAfterForcingKeepsNobodyWaiting) {
+  start();
+  at(10000);
+  platform::faults::fail("SetEvent", 1);
+  at(20000);
+  EXPECT_TRUE(platform::faults::struck());
+  platform::faults::clear();
+  EXPECT_TRUE(trace_.contains("Set Event failed: "));
+  // The second partner is forced at once all the same.
+  EXPECT_EQ((std::vector<std::int64_t>{15000}),
+            moments_of("ntfrsutl Command: " + forcing_of("DC3")));
+  at(700000);
+  expect_no_file_of(kStamp);
+  EXPECT_EQ((std::vector<std::int64_t>{135000}),
+            moments_of("RPL Transfer to global buffer complete"));
+  EXPECT_EQ(2u, moments_of("ntfrsutl Command: " + forcing_of("DC2")).size());
+}
+
+TEST_F(Sysvol, ALockThatCouldNotBeGivenUpAfterDeletingKeepsNoTestWaiting) {
+  start();
+  at(100000);
+  // The rows' release at the verification, then that of the files.
+  platform::faults::fail("SetEvent", 2);
+  at(140000);
+  EXPECT_TRUE(platform::faults::struck());
+  platform::faults::clear();
+  expect_no_file_of(kStamp);
+  at(1300000);
+  EXPECT_EQ((std::vector<std::int64_t>{135000, 750000}),
+            moments_of("RPL Transfer to global buffer complete"));
+}
+
+TEST_F(Sysvol, ALockThatCouldNotBeGivenUpAfterNamingTheFilesLetsTheStopDeleteThem) {
+  platform::faults::fail("SetEvent", 1);
+  start();
+  at(1);
+  EXPECT_TRUE(platform::faults::struck());
+  platform::faults::clear();
+  EXPECT_EQ(1u, trace_.count("Release cache lock failed: ld"));
+  ASSERT_TRUE(exists(path_on("DC1", kStamp)));
+  ClearData();
+  EXPECT_EQ(1, time_->elapsed_ms());
+  expect_no_file_of(kStamp);
+}
+
 TEST_F(Sysvol, FileContentIsReadOverSeveralBlocks) {
   const std::string text(2500, 'x');
   write(path_on("DC2", "long"), text);
