@@ -18,6 +18,8 @@
 #include "platform/kernel/local_machine.h"
 #include "platform/recorded/utf8.h"
 #include "platform/registry/registry_view.h"
+#include "platform/registry/watches.h"
+#include "platform/threads.h"
 
 namespace {
 
@@ -58,6 +60,7 @@ struct State {
   std::unordered_map<std::uintptr_t, OpenKey> open;
   std::shared_ptr<platform::Controller> controller;
   std::unique_ptr<RegistryView> view;
+  platform::RegistryWatches watches;
 };
 
 // The state under its lock, with the view of the controller that answers now: what was written over
@@ -70,12 +73,14 @@ class Locked {
       platform::RegistryHive* hive =
           state().controller == nullptr ? nullptr : state().controller->registry();
       state().view = std::make_unique<RegistryView>(hive);
+      state().watches.clear();
     }
   }
   Locked() : Locked(platform::controller()) {}
 
   RegistryView& view() const { return *state().view; }
   platform::Controller* controller() const { return state().controller.get(); }
+  platform::RegistryWatches& watches() const { return state().watches; }
 
   // 0 and the key that a handle stands for; 6 for no handle, 5 without the rights, 1018 when the
   // key is gone.
@@ -101,6 +106,7 @@ class Locked {
   bool close(HKEY handle) const {
     if (state().open.erase(reinterpret_cast<std::uintptr_t>(handle)) == 0) return false;
     live_keys.remove();
+    state().watches.closed(reinterpret_cast<std::uintptr_t>(handle));
     return true;
   }
 
@@ -195,6 +201,21 @@ LONG RegOpenKeyExA(HKEY parent, const char* sub_key, DWORD, REGSAM access, HKEY*
   return ERROR_SUCCESS;
 }
 
+namespace {
+
+// The path of the last key on the way to a new one that is there already: its list of sub-keys is
+// the one that grows.
+std::string deepest_existing(RegistryView& view, const std::shared_ptr<RegistryKey>& from,
+                             std::string_view sub_path) {
+  while (true) {
+    const std::size_t slash = sub_path.rfind('\\');
+    sub_path = sub_path.substr(0, slash == std::string_view::npos ? 0 : slash);
+    if (const auto found = view.open(from, sub_path)) return found->path;
+  }
+}
+
+}  // namespace
+
 LONG RegCreateKeyExA(HKEY parent, const char* sub_key, DWORD reserved, char* class_name, DWORD,
                      REGSAM access, SECURITY_ATTRIBUTES*, HKEY* result, DWORD* disposition) {
   if (const auto fault = fault_point("RegCreateKeyExA", ERROR_ACCESS_DENIED)) {
@@ -209,9 +230,11 @@ LONG RegCreateKeyExA(HKEY parent, const char* sub_key, DWORD reserved, char* cla
   std::shared_ptr<RegistryKey> found = state.view().open(key.key, sub_key);
   if (found == nullptr) {
     if ((key.access & KEY_CREATE_SUB_KEY) == 0) return ERROR_ACCESS_DENIED;
+    const std::string grows = deepest_existing(state.view(), key.key, sub_key);
     found = state.view().create(key.key, sub_key, text(class_name), now_ticks());
     if (found == nullptr) return ERROR_INVALID_PARAMETER;
     created = true;
+    state.watches().changed(grows, REG_NOTIFY_CHANGE_NAME);
   }
   *result = state.open({std::move(found), granted(access)});
   if (disposition != nullptr) {
@@ -358,6 +381,7 @@ LONG RegSetValueExA(HKEY handle, const char* name, DWORD reserved, DWORD type, c
   key.key->set_value({std::string(text(name)), type,
                       data_size == 0 ? std::string() : std::string(bytes, data_size)},
                      now_ticks());
+  state.watches().changed(key.key->path, REG_NOTIFY_CHANGE_LAST_SET);
   return ERROR_SUCCESS;
 }
 
@@ -369,7 +393,9 @@ LONG RegDeleteValueA(HKEY handle, const char* name) {
   OpenKey key;
   if (const LONG error = state.resolve(handle, KEY_SET_VALUE, key)) return error;
   if (key.key == nullptr) return ERROR_ACCESS_DENIED;
-  return key.key->delete_value(text(name), now_ticks()) ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+  if (!key.key->delete_value(text(name), now_ticks())) return ERROR_FILE_NOT_FOUND;
+  state.watches().changed(key.key->path, REG_NOTIFY_CHANGE_LAST_SET);
+  return ERROR_SUCCESS;
 }
 
 LONG RegDeleteKeyA(HKEY handle, const char* sub_key) {
@@ -381,15 +407,40 @@ LONG RegDeleteKeyA(HKEY handle, const char* sub_key) {
   if (key.key == nullptr) return ERROR_ACCESS_DENIED;
   const std::shared_ptr<RegistryKey> found = state.view().open(key.key, sub_key);
   if (found == nullptr) return ERROR_FILE_NOT_FOUND;
-  return state.view().remove(found, now_ticks()) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+  if (!state.view().remove(found, now_ticks())) return ERROR_ACCESS_DENIED;
+  state.watches().removed(found->path);
+  state.watches().changed(found->path.substr(0, found->path.rfind('\\')), REG_NOTIFY_CHANGE_NAME);
+  return ERROR_SUCCESS;
 }
 
-LONG RegNotifyChangeKeyValue(HKEY handle, BOOL, DWORD, HANDLE, BOOL) {
-  if (const auto fault = fault_point("RegNotifyChangeKeyValue", ERROR_INVALID_HANDLE)) {
-    return fault->hresult();
-  }
+namespace {
+
+LONG watch_key(HKEY handle, BOOL sub_tree, DWORD filter, HANDLE event) {
   const Locked state;
   OpenKey key;
   if (const LONG error = state.resolve(handle, KEY_NOTIFY, key)) return error;
-  return ERROR_CALL_NOT_IMPLEMENTED;
+  if (key.key == nullptr) return ERROR_INVALID_HANDLE;
+  const bool added = state.watches().add(
+      {reinterpret_cast<std::uintptr_t>(handle), key.key->path, sub_tree != FALSE, filter, nullptr},
+      event);
+  return added ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+}
+
+}  // namespace
+
+LONG RegNotifyChangeKeyValue(HKEY handle, BOOL sub_tree, DWORD filter, HANDLE event,
+                             BOOL asynchronous) {
+  if (const auto fault = fault_point("RegNotifyChangeKeyValue", ERROR_INVALID_HANDLE)) {
+    return fault->hresult();
+  }
+  constexpr DWORD kFilters = REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_ATTRIBUTES |
+                             REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_CHANGE_SECURITY;
+  if (filter == 0 || (filter & ~kFilters) != 0) return ERROR_INVALID_PARAMETER;
+  if (asynchronous != FALSE) return watch_key(handle, sub_tree, filter, event);
+  const HANDLE change = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  if (change == nullptr) return static_cast<LONG>(GetLastError());
+  const LONG error = watch_key(handle, sub_tree, filter, change);
+  if (error == ERROR_SUCCESS) WaitForSingleObject(change, INFINITE);
+  CloseHandle(change);
+  return error;
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/control.h"
+#include "platform/threads.h"
 #include "tests/platform/text_controller.h"
 
 namespace {
@@ -103,7 +104,8 @@ TEST_F(Registry, WhatIsNoHandleIsFoundOut) {
     EXPECT_EQ(RegSetValueExA(key, "x", 0, REG_SZ, nullptr, 0), ERROR_INVALID_HANDLE);
     EXPECT_EQ(RegDeleteValueA(key, "x"), ERROR_INVALID_HANDLE);
     EXPECT_EQ(RegDeleteKeyA(key, "x"), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(RegNotifyChangeKeyValue(key, 0, 0, nullptr, 0), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(RegNotifyChangeKeyValue(key, 0, REG_NOTIFY_CHANGE_NAME, nullptr, 0),
+              ERROR_INVALID_HANDLE);
     EXPECT_EQ(RegCloseKey(key), ERROR_INVALID_HANDLE);
   }
 }
@@ -309,11 +311,45 @@ TEST_F(Registry, DeletesKeysWithoutSubKeysOnly) {
   EXPECT_EQ(RegCloseKey(gone), 0);
 }
 
-TEST_F(Registry, ChangesAreNotWatchedYet) {
+TEST_F(Registry, AWatchWantsAFilterAHandleAndAnEvent) {
   const HKEY key = open(kEnvironment);
-  EXPECT_EQ(RegNotifyChangeKeyValue(key, 1, REG_NOTIFY_CHANGE_LAST_SET, nullptr, 0),
-            ERROR_CALL_NOT_IMPLEMENTED);
+  const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  EXPECT_EQ(RegNotifyChangeKeyValue(key, 1, 0, event, 1), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(RegNotifyChangeKeyValue(key, 1, 0x100, event, 1), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(RegNotifyChangeKeyValue(key, 1, REG_NOTIFY_CHANGE_NAME, nullptr, 1),
+            ERROR_INVALID_HANDLE);
+  EXPECT_EQ(RegNotifyChangeKeyValue(HKEY_PERFORMANCE_DATA, 1, REG_NOTIFY_CHANGE_NAME, event, 1),
+            ERROR_INVALID_HANDLE);
+  EXPECT_EQ(WaitForSingleObject(event, 0), DWORD{WAIT_TIMEOUT});
   EXPECT_EQ(RegCloseKey(key), 0);
+  CloseHandle(event);
+}
+
+TEST_F(Registry, AWatchTellsAKeyThatIsMadeDeepBelowAtTheKeyWhoseListGrew) {
+  const HKEY above = open("SOFTWARE\\Marlow"), key = open("SOFTWARE\\Marlow\\Another");
+  const HANDLE at_top = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  const HANDLE at_parent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  EXPECT_EQ(RegNotifyChangeKeyValue(above, 0, REG_NOTIFY_CHANGE_NAME, at_top, 1), 0);
+  EXPECT_EQ(RegNotifyChangeKeyValue(key, 0, REG_NOTIFY_CHANGE_NAME, at_parent, 1), 0);
+  HKEY made = nullptr;
+  ASSERT_EQ(
+      RegCreateKeyExA(above, "Another\\x\\y", 0, nullptr, 0, KEY_READ, nullptr, &made, nullptr), 0);
+  EXPECT_EQ(WaitForSingleObject(at_top, 0), DWORD{WAIT_TIMEOUT});
+  EXPECT_EQ(WaitForSingleObject(at_parent, 0), DWORD{WAIT_OBJECT_0});
+  for (const HKEY opened : {made, key, above}) EXPECT_EQ(RegCloseKey(opened), 0);
+  EXPECT_EQ(WaitForSingleObject(at_top, 0), DWORD{WAIT_OBJECT_0});
+  CloseHandle(at_top);
+  CloseHandle(at_parent);
+}
+
+TEST_F(Registry, AWatchEndsWhenItsKeyIsRemoved) {
+  const HKEY key = open("SOFTWARE\\Marlow\\Another");
+  const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  EXPECT_EQ(RegNotifyChangeKeyValue(key, 0, REG_NOTIFY_CHANGE_LAST_SET, event, 1), 0);
+  EXPECT_EQ(RegDeleteKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Marlow\\Another"), 0);
+  EXPECT_EQ(WaitForSingleObject(event, 0), DWORD{WAIT_OBJECT_0});
+  EXPECT_EQ(RegCloseKey(key), 0);
+  CloseHandle(event);
 }
 
 // ---- performance data -----------------------------------------------------------------------
@@ -367,6 +403,7 @@ TEST_F(Registry, AMachineWithoutCountersHasNoNames) {
 TEST_F(Registry, EveryCallCanBeMadeToFail) {
   HKEY key = open(kEnvironment);
   HKEY result = nullptr;
+  const HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
   char name[64];
   DWORD size = sizeof name;
   const std::vector<std::pair<const char*, std::function<LONG()>>> calls = {
@@ -402,6 +439,8 @@ TEST_F(Registry, EveryCallCanBeMadeToFail) {
       {"RegSetValueExA", [&] { return set(key, "New", "x"); }},
       {"RegDeleteValueA", [&] { return RegDeleteValueA(key, "New"); }},
       {"RegDeleteKeyA", [&] { return RegDeleteKeyA(key, "n"); }},
+      {"RegNotifyChangeKeyValue",
+       [&] { return RegNotifyChangeKeyValue(key, 0, REG_NOTIFY_CHANGE_NAME, event, 1); }},
       {"RegCloseKey", [&] { return RegCloseKey(key); }}};
   for (const auto& [call, make] : calls) {
     platform::faults::fail(call, 1);
@@ -414,6 +453,7 @@ TEST_F(Registry, EveryCallCanBeMadeToFail) {
     size = sizeof name;
     EXPECT_EQ(make(), 0) << call;
   }
+  CloseHandle(event);
 }
 
 }  // namespace

@@ -1,0 +1,77 @@
+#pragma once
+// A piece of the registry of a test's own, made by the registry's own calls and gone with the test:
+// the same on a recording and on a real registry.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "include/platform/base.h"
+#include "include/platform/registry.h"
+
+namespace testing_support {
+
+class RegistryTree {
+ public:
+  RegistryTree(HKEY root, std::string path) : root_(root), path_(std::move(path)) {
+    remove(path_);
+    make("");
+  }
+  ~RegistryTree() { remove(path_); }
+  RegistryTree(const RegistryTree&) = delete;
+  RegistryTree& operator=(const RegistryTree&) = delete;
+
+  const std::string& path() const { return path_; }
+  // Makes a key beneath the tree's own, with all that lead to it.
+  void make(const std::string& below) { RegCloseKey(open(below)); }
+  void remove_below(const std::string& below) { remove(at(below)); }
+
+  void set(const std::string& below, const std::string& name, DWORD type, const std::string& data) {
+    const HKEY key = open(below);
+    EXPECT_EQ(0,
+              RegSetValueExA(key, name.c_str(), 0, type, reinterpret_cast<const BYTE*>(data.data()),
+                             static_cast<DWORD>(data.size())))
+        << name;
+    RegCloseKey(key);
+  }
+  // With its zero end, as programs store it.
+  void set_text(const std::string& below, const std::string& name, const std::string& text,
+                DWORD type = REG_SZ) {
+    set(below, name, type, text + '\0');
+  }
+  bool has(const std::string& below) const {
+    HKEY key = nullptr;
+    if (RegOpenKeyExA(root_, at(below).c_str(), 0, KEY_READ, &key) != 0) return false;
+    RegCloseKey(key);
+    return true;
+  }
+
+ private:
+  std::string at(const std::string& below) const {
+    return below.empty() ? path_ : path_ + "\\" + below;
+  }
+  HKEY open(const std::string& below) {
+    HKEY key = nullptr;
+    EXPECT_EQ(0, RegCreateKeyExA(root_, at(below).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                 &key, nullptr))
+        << below;
+    return key;
+  }
+  void remove(const std::string& path) {
+    HKEY key = nullptr;
+    if (RegOpenKeyExA(root_, path.c_str(), 0, KEY_ALL_ACCESS, &key) != 0) return;
+    char name[300];
+    DWORD size = sizeof name;
+    while (RegEnumKeyExA(key, 0, name, &size, nullptr, nullptr, nullptr, nullptr) == 0) {
+      remove(path + "\\" + name);
+      size = sizeof name;
+    }
+    RegCloseKey(key);
+    EXPECT_EQ(0, RegDeleteKeyA(root_, path.c_str())) << path;
+  }
+
+  HKEY root_;
+  std::string path_;
+};
+
+}  // namespace testing_support
