@@ -38,7 +38,9 @@ class Property final : public ScriptedObject {
   ~Property() override { VariantClear(&value_); }
   HRESULT answer(std::size_t, bool is_put, Arguments arguments, VARIANT& result) override {
     if (!is_put) return VariantCopy(&result, &value_);
-    return arguments.size() == 1 ? VariantCopy(&value_, arguments.data()) : DISP_E_BADPARAMCOUNT;
+    if (arguments.size() != 1) return DISP_E_BADPARAMCOUNT;
+    VARIANT given = arguments.front();  // the SDK wants a source that it could write to
+    return VariantCopy(&value_, &given);
   }
   VARIANT value_;
 };

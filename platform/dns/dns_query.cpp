@@ -31,7 +31,7 @@ void fill_data(const platform::DnsRecord& record, DNS_RECORDA& filled) {
       break;
     case DNS_TYPE_AAAA:
       filled.wDataLength = sizeof filled.Data.AAAA;
-      std::memcpy(filled.Data.AAAA.Ip6Address, record.address.data(), record.address.size());
+      std::memcpy(&filled.Data.AAAA.Ip6Address, record.address.data(), record.address.size());
       break;
     case DNS_TYPE_SRV:
       filled.wDataLength = sizeof filled.Data.SRV;

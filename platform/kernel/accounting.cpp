@@ -1,7 +1,6 @@
 #include "platform/kernel/accounting.h"
 
 #include "platform/control.h"
-#include "platform/kernel/process.h"
 
 namespace platform::accounting {
 
@@ -15,10 +14,6 @@ std::atomic<bool> Counter::ledgers_in_use{false};
 Counter::Counter(const char* kind) : kind_(kind), next_(first_counter.load()) {
   while (!first_counter.compare_exchange_weak(next_, this)) {
   }
-}
-
-void Counter::note(std::int64_t count) {
-  if (auto process = kernel::current_process()) process->ledger.add(this, count);
 }
 
 std::map<std::string, std::int64_t> live() {

@@ -1,18 +1,14 @@
 // The look-up functions of ws2_32: the full names of this machine and of those that the
 // controller's name server knows, which is all that anybody asks.
 
-#include <strings.h>
-
-#include <cstdint>
-#include <cstring>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "platform/control.h"
 #include "platform/kernel/accounting.h"
 #include "platform/kernel/fault_point.h"
 #include "platform/kernel/libraries.h"
+#include "platform/kernel/local_machine.h"
 #include "platform/sockets.h"
 
 namespace {
@@ -24,35 +20,6 @@ struct Answer {
   std::string name;
 };
 
-// The name that a name server has for a host, behind its aliases; empty when it knows none. A short
-// name is one of the machine's own domain.
-std::string name_in_dns(platform::Controller& controller, const std::string& host) {
-  platform::DnsSource* dns = controller.dns();
-  if (dns == nullptr) return {};
-  std::string name = host;
-  const std::string& suffix = controller.machine().dns_suffix;
-  if (name.find('.') == name.npos && !suffix.empty()) name += "." + suffix;
-  for (const std::uint16_t type : {std::uint16_t{1}, std::uint16_t{28}}) {
-    std::vector<platform::DnsRecord> records;
-    if (dns->query(name, type, records) != 0) continue;
-    for (const platform::DnsRecord& record : records) {
-      if (record.type == type && record.is_answer) return record.name;
-    }
-  }
-  return {};
-}
-
-// The full name of a host, or empty.
-std::string full_name(platform::Controller& controller, const char* node) {
-  const auto& machine = controller.machine();
-  std::string full = machine.host_name;
-  if (!machine.dns_suffix.empty()) full += "." + machine.dns_suffix;
-  // As Windows has it, an empty name is the machine's own.
-  const bool own = *node == '\0' || strcasecmp(node, machine.host_name.c_str()) == 0 ||
-                   strcasecmp(node, full.c_str()) == 0;
-  return own ? full : name_in_dns(controller, node);
-}
-
 int look_up(const char* node, const char* /*service*/, const ADDRINFOA* hints, ADDRINFOA** result) {
   if (const auto fault = platform::fault_point("getaddrinfo")) {
     return static_cast<int>(fault->code);
@@ -60,7 +27,7 @@ int look_up(const char* node, const char* /*service*/, const ADDRINFOA* hints, A
   if (node == nullptr || result == nullptr) return WSAHOST_NOT_FOUND;
   const auto holder = platform::controller();
   auto answer = std::make_unique<Answer>();
-  answer->name = full_name(*holder, node);
+  answer->name = platform::full_name(*holder, node);
   if (answer->name.empty()) return WSAHOST_NOT_FOUND;
   if (hints != nullptr && (hints->ai_flags & AI_CANONNAME) != 0) {
     answer->info.ai_flags = AI_CANONNAME;

@@ -259,3 +259,7 @@ void SimulatedProcess::kill(std::uint32_t exit_code) {
 }
 
 }  // namespace platform
+
+void platform::accounting::Counter::note(std::int64_t count) {
+  if (auto* process = kernel::current_process()) process->ledger.add(this, count);
+}

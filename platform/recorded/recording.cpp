@@ -254,12 +254,4 @@ std::shared_ptr<Controller> open_recording(const std::string& folder, Clock cloc
   }
 }
 
-std::shared_ptr<Controller> open_embedded_recording(Clock clock) {
-  RecordingFiles files;
-  for (const EmbeddedFile& file : embedded_recording_files()) {
-    files[std::string(file.name)] = std::string(file.bytes);
-  }
-  return make_recording(files, "the embedded recording", std::move(clock));
-}
-
 }  // namespace platform
