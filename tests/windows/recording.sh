@@ -1,0 +1,61 @@
+#!/usr/bin/env bash
+# The very programs that ship, under Wine, beside a pdh.dll that answers as a recorded controller does:
+# their rows must be those of the Linux program on the same recording, byte for byte but for the times
+# at which they were made. Usage: recording.sh STAGE WORK EQUIPMENT, in a running Wine prefix; the
+# Linux program is in DIRWATCH.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/../.." && pwd)
+stage=$1/recorded
+work=$2
+equipment=$3
+shares=$WINEPREFIX/dosdevices/unc
+failures=0
+
+mkdir -p "$stage"
+cp "$1"/*.dll "$1"/dirwatch.exe "$stage"
+cp "$equipment/pdh.dll" "$stage"
+cd "$stage"
+# A zone that knows the time zones' rules, west of Greenwich and with a summer time.
+export TZ=America/New_York
+"$DIRWATCH" tables --format json >"$work/tables.json"
+
+# Where Wine looks for \\SERVER\SHARE. Servers are named with the machine's DNS suffix as well.
+lay_out_shares() { # recording
+  rm -rf "$shares"
+  mkdir -p "$shares"
+  [ -d "$1/shares" ] || return 0
+  cp -r "$1"/shares/* "$shares"
+  local server
+  for server in "$1"/shares/*; do
+    server=${server##*/}
+    case $server in *.*) ;; *) ln -s "$server" "$shares/$server.corp.example" ;; esac
+  done
+}
+trap 'rm -rf "$shares"' EXIT
+
+compare() { # what arguments...
+  local what=$1
+  shift
+  python3 "$root/tests/windows/compare_rows.py" "$work/tables.json" "$work/linux.json" \
+    "$work/windows.json" "$@" >"$work/compared" || failures=$((failures + 1))
+  sed "s|^windows: |windows: $what: |" "$work/compared"
+}
+
+# Both programs sample everything that the recording has.
+sample() { # what recording comparison's arguments...
+  local what=$1 recording=$2
+  shift 2
+  lay_out_shares "$recording"
+  # 1: some table had no row; which ones may not is the comparison's business.
+  "$DIRWATCH" sample --controller "$recording" --format json >"$work/linux.json" \
+    2>"$work/linux.err" || true
+  DIRWATCH_CONTROLLER=$(winepath -w "$recording") timeout 120 wine dirwatch.exe sample --format json \
+    >"$work/windows.json" 2>"$work/windows.err" </dev/null || true
+  compare "$what" "$@"
+}
+
+sample "default recording" "$root/recordings/default" \
+  --without "DCWNTDSDAD=its name server and its directory agree" \
+  --without "DCWSYSRPL=the sysvol test runs in the background only"
+
+exit "$failures"
