@@ -2,7 +2,6 @@
 #include <stdexcept>
 
 #include "framework/iso_time.h"
-#include "framework/xaf/comparison.h"
 #include "framework/xaf/field_text.h"
 #include "framework/xaf/sinks.h"
 
@@ -35,13 +34,14 @@ void append_header(std::string& out, const Delivery& delivery) {
 }
 
 void append_row(std::string& out, const Delivery& delivery, const char* row) {
+  std::string room;
   for (const ColumnView& column : *delivery.columns) {
     const std::string_view field = field_bytes(column, row, delivery.row_size);
     out += ',';
     if (column.type == 3) {
       append_integer(out, field);
     } else {
-      append_csv(out, without_padding(field));
+      append_csv(out, field_text(column, field, room));
     }
   }
   out += "\r\n";

@@ -5,10 +5,12 @@
 #include <cstring>
 
 #include "framework/xaf/comparison.h"
+#include "platform/text.h"
 
 namespace xaf {
 namespace {
 
+constexpr std::uint16_t kSingleByteText = 9;
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
 bool continues(std::string_view text, std::size_t at) {
@@ -77,6 +79,26 @@ void append_json_escape(std::string& out, unsigned char c) {
   }
 }
 
+bool is_ascii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+// Empty when the system cannot convert it.
+std::string utf8_of_process_text(std::string_view text) {
+  const int length = static_cast<int>(text.size());
+  // No character takes fewer bytes than wide units.
+  std::wstring wide(text.size(), L'\0');
+  const int units = MultiByteToWideChar(CP_ACP, 0, text.data(), length, wide.data(), length);
+  // A unit of 16 bits takes three bytes at most, one of 32 bits four.
+  std::string utf8(static_cast<std::size_t>(std::max(units, 0)) * 4, '\0');
+  const int size = units <= 0 ? 0
+                              : WideCharToMultiByte(CP_UTF8, 0, wide.data(), units, utf8.data(),
+                                                    static_cast<int>(utf8.size()), nullptr, nullptr);
+  utf8.resize(static_cast<std::size_t>(std::max(size, 0)));
+  return utf8;
+}
+
 }  // namespace
 
 std::string_view field_bytes(const ColumnView& column, const char* row, std::uint32_t row_size) {
@@ -111,6 +133,13 @@ void append_json(std::string& out, std::string_view text) {
   out += '"';
 }
 
+std::string_view field_text(const ColumnView& column, std::string_view field, std::string& room) {
+  const std::string_view text = without_padding(field);
+  if (column.type != kSingleByteText || is_ascii(text)) return text;
+  room = utf8_of_process_text(text);
+  return room.empty() ? text : std::string_view(room);
+}
+
 void append_integer(std::string& out, std::string_view field) {
   std::int32_t value = 0;
   std::memcpy(&value, field.data(), std::min(field.size(), sizeof value));
@@ -125,7 +154,8 @@ std::string readable(const ColumnView& column, std::string_view field) {
     append_integer(text, field);
     return text;
   }
-  append_utf8(text, without_padding(field));
+  std::string room;
+  append_utf8(text, field_text(column, field, room));
   for (char& c : text) {
     if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
   }

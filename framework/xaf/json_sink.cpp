@@ -1,7 +1,6 @@
 #include <map>
 
 #include "framework/iso_time.h"
-#include "framework/xaf/comparison.h"
 #include "framework/xaf/field_text.h"
 #include "framework/xaf/sinks.h"
 
@@ -42,7 +41,7 @@ class JsonSink : public Sink {
       if (column.type == 3) {
         append_integer(text_, field);
       } else {
-        append_json(text_, without_padding(field));
+        append_json(text_, field_text(column, field, room_));
       }
     }
   }
@@ -63,6 +62,7 @@ class JsonSink : public Sink {
   const std::shared_ptr<Output> output_;
   std::map<std::string, std::vector<std::string>> names_;
   std::string text_;
+  std::string room_;  // of field_text
 };
 
 }  // namespace

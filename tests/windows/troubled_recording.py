@@ -2,14 +2,15 @@
 """Makes a copy of recordings/default in which things go wrong: troubled_recording.py DEFAULT COPY.
 
 Replication fails with codes of every kind of message text, a controller is down, the name server and
-the directory disagree, a policy's file and a service are gone, and names are not all ASCII.
+the directory disagree, a policy's file and a service are gone, and names are not all ASCII. A text of a single-byte column stays
+within what Western Windows can write; wide columns go beyond.
 """
 import base64
 import pathlib
 import shutil
 import sys
 
-NAME = "Rechner der Au\u00dfenstelle Gr\u00fcn\u4e00"
+NAME = "Rechner der Au\u00dfenstelle Gr\u00fcn"
 
 
 class Copy:
