@@ -1,8 +1,6 @@
 #pragma once
 // The settings that Main takes from the environment, group by group in the order of start-up. Each
-// variable is read once; non-numeric text reads as 0.
-
-#include <cstdint>
+// variable is read once; include/setting_list.h tells how.
 
 #include "include/trace.h"
 
@@ -18,10 +16,5 @@ void read_cache_interval(const trace::Scope& trace);
 // Test interval, verification interval and gap; true when the test is to run.
 bool read_sysvol_intervals(const trace::Scope& trace);
 void read_forced_replication(const trace::Scope& trace);
-
-// Decimal text as a number: 0 for text that is none, the nearest bound for one out of range.
-std::int32_t to_number(const char* text);
-// A period in another unit; the largest number for one out of range.
-std::int32_t scaled(std::int32_t value, std::int32_t factor);
 
 }  // namespace agent

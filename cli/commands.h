@@ -46,6 +46,17 @@ struct CachesOptions {
 // caching off.
 int caches_command(const CachesOptions& options);
 
+struct ConfigOptions {
+  std::string format = "text";  // text or json
+  std::string configuration;    // a TOML file; empty: the one that DIRWATCH_CONFIG names, or none
+  std::string controller;       // as of sample above
+  std::string branch;           // of the registry; empty: the agent's own
+};
+// Every setting with its value in force and where it comes from, and what is set to no effect. 0
+// also with such warnings; 1 when a file cannot be taken. Changes this process's environment as a
+// start of the agent would.
+int config_command(const ConfigOptions& options);
+
 struct RecordOptions {
   std::string controller;
   std::string output;  // a folder that does not exist yet, or is empty

@@ -80,6 +80,15 @@ int main(int argc, char** argv) {
   caches_command->add_option("-f,--format", caches.format, "text or json")
       ->check(CLI::IsMember({"text", "json"}));
 
+  cli::ConfigOptions config;
+  CLI::App* config_command = app.add_subcommand(
+      "config", "Show every setting: its value in force, and where it comes from");
+  add_controller(config_command, config.controller);
+  config_command->add_option("-f,--format", config.format, "text or json")
+      ->check(CLI::IsMember({"text", "json"}));
+  config_command->add_option("--config", config.configuration,
+                             "a configuration file (TOML); default: $DIRWATCH_CONFIG");
+
   cli::RecordOptions record;
   CLI::App* record_command =
       app.add_subcommand("record", "Write a recording of a live directory into a folder");
@@ -99,6 +108,7 @@ int main(int argc, char** argv) {
   if (*tables_command) return cli::tables_command(tables);
   if (*counters_command) return cli::counters_command(counters);
   if (*sample_command) return cli::sample_command(sample);
+  if (*config_command) return cli::config_command(config);
   if (*run_command) return cli::run_command(run);
   if (*caches_command) return cli::caches_command(caches);
   if (*service_command) return cli::service_command(service);

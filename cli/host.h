@@ -4,6 +4,8 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace cli {
 
@@ -23,5 +25,10 @@ bool record_controller(const std::string& place, const std::string& folder, std:
 // Keeps the standard output for rows: what the agent itself prints goes to the standard error
 // stream when it is to be shown, and nowhere when not. False when the system refuses.
 bool keep_standard_output_for_rows(bool show_agent_output);
+
+// The names of all variables of this process's environment.
+std::vector<std::string> environment_names();
+// Whether the system takes two names for the same variable.
+bool same_variable(std::string_view left, std::string_view right);
 
 }  // namespace cli

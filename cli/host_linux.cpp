@@ -1,4 +1,7 @@
+#include <unistd.h>
+
 #include <cstdio>
+#include <cstring>
 
 #include "cli/host.h"
 #include "framework/xaf/control.h"
@@ -38,5 +41,15 @@ bool keep_standard_output_for_rows(bool show_agent_output) {
   if (!xaf::separate_standard_output()) return false;
   return show_agent_output || std::freopen("/dev/null", "w", stdout) != nullptr;
 }
+
+std::vector<std::string> environment_names() {
+  std::vector<std::string> names;
+  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+    names.emplace_back(*entry, std::strcspn(*entry, "="));
+  }
+  return names;
+}
+
+bool same_variable(std::string_view left, std::string_view right) { return left == right; }
 
 }  // namespace cli

@@ -1,4 +1,6 @@
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 #include "cli/host.h"
 #include "framework/xaf/control.h"
@@ -21,6 +23,18 @@ bool record_controller(const std::string&, const std::string&, std::string& erro
 bool keep_standard_output_for_rows(bool show_agent_output) {
   if (!xaf::separate_standard_output()) return false;
   return show_agent_output || std::freopen("NUL", "w", stdout) != nullptr;
+}
+
+std::vector<std::string> environment_names() {
+  std::vector<std::string> names;
+  for (char** entry = _environ; entry != nullptr && *entry != nullptr; ++entry) {
+    names.emplace_back(*entry, std::strcspn(*entry, "="));
+  }
+  return names;
+}
+
+bool same_variable(std::string_view left, std::string_view right) {
+  return left.size() == right.size() && _strnicmp(left.data(), right.data(), left.size()) == 0;
 }
 
 }  // namespace cli

@@ -23,6 +23,7 @@
 #include "directory/text.h"
 #include "directory/time_source.h"
 #include "include/platform/system.h"
+#include "include/setting_list.h"
 
 namespace {
 
@@ -124,8 +125,8 @@ PartnerCounts ask_partners(const trace::Scope& trace, const Place& place) {
 
 // Deliberately told and nothing else: the collection goes on in the same way.
 void tell_site_question(const trace::Scope& trace) {
-  const char* flag = SYS1_GetEnv("DWA_GETSITEFORSERVER_FLAG", 0);
-  if (flag != nullptr && std::string_view(flag) == "OFF") {
+  const char* flag = SYS1_GetEnv(settings::kSiteQuestion.name, 0);
+  if (settings::read(settings::kSiteQuestion, flag).value == 0) {
     trace.always()("Main: GetSiteForServer is OFF - Functionality is Unavailable");
   } else {
     trace.always()("Main: GetSiteForServer is ON - Functionality is available");

@@ -9,6 +9,7 @@
 #include "include/collection_status.h"
 #include "include/platform/files.h"
 #include "include/platform/threads.h"
+#include "include/setting_list.h"
 #include "include/settings.h"
 #include "include/trace.h"
 #include "include/unique_handle.h"
@@ -16,7 +17,7 @@
 namespace collectors {
 
 std::string object_count_path() {
-  const char* home = SYS1_GetEnv("MARLOW_HOME", 0);
+  const char* home = SYS1_GetEnv(settings::kHome.name, 0);
   std::string path = home == nullptr ? "" : home;
   path += "\\";
   path += "WATCHD6_x64";

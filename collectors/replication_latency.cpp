@@ -14,6 +14,7 @@
 #include "directory/adsi_utils.h"
 #include "directory/dns_utils.h"
 #include "include/platform/time.h"
+#include "include/setting_list.h"
 
 namespace {
 
@@ -64,7 +65,7 @@ std::string text_of(std::int64_t seconds) {
 // Whether the switch lets this table collect. An unset switch is as good as any other text than
 // DISABLED.
 bool is_activated(const trace::Scope& trace) {
-  const char* const set = SYS1_GetEnv("ACTIVATE_REPL_LATENCY", 0);
+  const char* const set = SYS1_GetEnv(settings::kReplicationLatency.name, 0);
   std::string value = set == nullptr ? "" : set;
   CKUtil::upper(value.data(), static_cast<std::int32_t>(value.size()));
   if (value == "ENABLED") {

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "include/platform/threads.h"
+#include "include/setting_list.h"
 #include "include/settings.h"
 #include "include/trace.h"
 #include "include/trc.h"
@@ -258,7 +259,7 @@ std::int32_t ADPDH::CollectData() {
   constexpr DWORD kRateInterval_ms = 500;
   trace.always()(" Collecting data for [ %s ] \n", tableName.data());
   // Read at every call, so that the values can be replaced while the agent runs.
-  if (const char* seed = SYS1_GetEnv("DCW_UNIT_TEST_SEED", 0); seed != nullptr) {
+  if (const char* seed = SYS1_GetEnv(settings::kUnitTestSeed.name, 0); seed != nullptr) {
     fill_with_test_data(trace, seed);
     return trace.returns(1);
   }

@@ -2,11 +2,12 @@
 
 #include <cstdlib>
 
+#include "include/setting_list.h"
 #include "include/trace.h"
 
 namespace {
 
-bool timing_wanted() { return std::getenv("AGENT_TIMING") != nullptr; }
+bool timing_wanted() { return std::getenv(settings::kTiming.name) != nullptr; }
 
 void local_calendar_time(std::tm* local) {
   const __time64_t now = _time64(nullptr);

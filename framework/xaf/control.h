@@ -2,6 +2,7 @@
 // The other side of the local framework, for the command line program, tests and benchmarks: its
 // configuration, its sinks and what it measured of itself. The agent never includes this.
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -57,6 +58,15 @@ struct Configuration {
 // the line and the thing at fault; the configuration is then left as it was.
 XAF_API bool load_configuration(const std::string& path, Configuration& configuration,
                                 std::string& error);
+// What a file says, in its order, for those who ask where a setting comes from: full name, value as
+// TOML, line. Fails as load_configuration does.
+struct ConfigurationPlace {
+  std::string name;
+  std::string value;
+  std::size_t line = 0;
+};
+XAF_API bool configuration_places(const std::string& path, std::vector<ConfigurationPlace>& places,
+                                  std::string& error);
 // Applies from the next xafmain on. When it was never called, xafmain reads the file that the
 // environment variable DIRWATCH_CONFIG names, if it is set, and else goes by the defaults above.
 // Thresholds are checked when xafmain knows the tables: one that names no column, or whose value

@@ -134,25 +134,6 @@ TEST_F(RegistryPlace, AMoveThatFailsLeavesItWhereItWas) {
   EXPECT_TRUE(opened.registry.KeyExists("Below"));
 }
 
-TEST_F(RegistryPlace, APathOfMoreThan1023CharactersIsNotGoneTo) {
-  Opened opened;
-  CRegistry& registry = opened.registry;
-  const std::string name(200, 'n');
-  std::string expected = kTree;
-  while (expected.size() + 1 + name.size() < 1024) {
-    ASSERT_EQ(0, registry.Position(name.c_str(), true));
-    expected += "\\" + name;
-  }
-  EXPECT_EQ(CRegistry::kTargetTooSmall, registry.Position(name.c_str(), true));
-  EXPECT_EQ(expected, path(registry));
-  const std::string rest(1023 - expected.size() - 1, 'r');
-  EXPECT_EQ(0, registry.Position(rest.c_str(), true));
-  EXPECT_EQ(1023u, path(registry).size());
-  EXPECT_EQ(CRegistry::kTargetTooSmall, registry.Position("x", true));
-  EXPECT_EQ(0, registry.Position(".."));
-  EXPECT_EQ(expected, path(registry));
-}
-
 TEST_F(RegistryPlace, CreatesAKeyOfTheClassGiven) {
   Opened opened;
   CRegistry& registry = opened.registry;

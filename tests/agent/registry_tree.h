@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "include/platform/base.h"
 #include "include/platform/registry.h"
@@ -57,17 +59,22 @@ class RegistryTree {
         << below;
     return key;
   }
-  void remove(const std::string& path) {
+  void remove(const std::string& path) { remove_from(root_, path); }
+  // From its parent, since not every registry takes a long path at once.
+  static void remove_from(HKEY parent, const std::string& path) {
     HKEY key = nullptr;
-    if (RegOpenKeyExA(root_, path.c_str(), 0, KEY_ALL_ACCESS, &key) != 0) return;
+    if (RegOpenKeyExA(parent, path.c_str(), 0, KEY_ALL_ACCESS, &key) != 0) return;
+    std::vector<std::string> names;
     char name[300];
     DWORD size = sizeof name;
-    while (RegEnumKeyExA(key, 0, name, &size, nullptr, nullptr, nullptr, nullptr) == 0) {
-      remove(path + "\\" + name);
+    for (DWORD i = 0; RegEnumKeyExA(key, i, name, &size, nullptr, nullptr, nullptr, nullptr) == 0;
+         ++i) {
+      names.emplace_back(name);
       size = sizeof name;
     }
+    for (const std::string& one : names) remove_from(key, one);
     RegCloseKey(key);
-    EXPECT_EQ(0, RegDeleteKeyA(root_, path.c_str())) << path;
+    EXPECT_EQ(0, RegDeleteKeyA(parent, path.c_str())) << path;
   }
 
   HKEY root_;

@@ -1,6 +1,7 @@
 // What start-up makes of the environment.
 
 #include "agent/startup_settings.h"
+#include "include/setting_list.h"
 #include "tests/agent/agent_run.h"
 
 namespace {
@@ -143,12 +144,12 @@ TEST_F(Settings, ForcedReplicationStaysOnForAnythingElse) {
 }
 
 TEST(Numbers, OutOfRangeStayAtTheNearestBound) {
-  EXPECT_EQ(0, agent::to_number("abc"));
-  EXPECT_EQ(12, agent::to_number(" 12x"));
-  EXPECT_EQ(2147483647, agent::to_number("99999999999999999999"));
-  EXPECT_EQ(-2147483647 - 1, agent::to_number("-99999999999"));
-  EXPECT_EQ(2147483647, agent::scaled(2147484, 1000));
-  EXPECT_EQ(2000, agent::scaled(2, 1000));
+  EXPECT_EQ(0, settings::to_number("abc"));
+  EXPECT_EQ(12, settings::to_number(" 12x"));
+  EXPECT_EQ(2147483647, settings::to_number("99999999999999999999"));
+  EXPECT_EQ(-2147483647 - 1, settings::to_number("-99999999999"));
+  EXPECT_EQ(2147483647, settings::in_ms(settings::kCacheInterval, 2147484));
+  EXPECT_EQ(2000, settings::in_ms(settings::kCacheInterval, 2));
 }
 
 }  // namespace
