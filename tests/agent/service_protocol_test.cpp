@@ -100,6 +100,20 @@ TEST_F(ServiceStop, TerminateEventReportsStopped) {
                    "Main: CriticalSection deleted", "Main: TERMINATION"});
 }
 
+TEST_F(ServiceStop, GivesBackCountersFilesAndPipes) {
+  start_service_that_stops_slowly();
+  run_until_running();
+  Sleep(90000);
+  EXPECT_EQ(1u, platform::accounting::live().count("pdh query"));
+  EXPECT_EQ(0u, manager_->control(SERVICE_CONTROL_STOP));
+  ASSERT_TRUE(process_->wait_for_exit(kMinute_ms));
+  const auto left = process_->left_alive();
+  for (const char* kind : {"pdh query", "pdh counter", "file", "pipe", "registry key", "interface",
+                           "bstr", "safe array", "enumerator", "local memory"}) {
+    EXPECT_EQ(0u, left.count(kind)) << kind;
+  }
+}
+
 TEST_F(ServiceStop, FrameworkThatEndsByItselfReportsNothingUntilStopped) {
   one_table(30000);
   start_service();
