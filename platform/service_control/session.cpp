@@ -115,7 +115,8 @@ void Session::handle_next(kernel::Lock& lock) {
 }
 
 bool Session::is_due(const Control& control) const {
-  if (handler_ == nullptr) return false;
+  // Not before the first report: no manager sends anything to a service that has said nothing.
+  if (handler_ == nullptr || !reported_) return control.delivery == Delivery::kIfAccepted;
   if (control.delivery != Delivery::kOnceAccepted) return true;
   return status_.dwCurrentState != SERVICE_START_PENDING;
 }
@@ -166,11 +167,6 @@ SERVICE_STATUS_HANDLE Session::set_handler(LPHANDLER_FUNCTION handler) {
   return this;
 }
 
-bool Session::has_handler() const {
-  const kernel::Lock lock = kernel::lock_scheduler();
-  return handler_ != nullptr;
-}
-
 DWORD Session::report(const SERVICE_STATUS& status) {
   bool late = false;
   {
@@ -181,6 +177,7 @@ DWORD Session::report(const SERVICE_STATUS& status) {
   if (late) return 0;
   kernel::Lock lock = kernel::lock_scheduler();
   status_ = status;
+  reported_ = true;
   set_wake(lock);
   return 0;
 }

@@ -31,7 +31,7 @@ class Manager {
 };
 
 enum class Delivery {
-  kRegardless,    // as soon as there is a handler
+  kRegardless,    // as soon as the service has reported a status
   kIfAccepted,    // in its turn, or refused
   kOnceAccepted,  // stays at hand until the service accepts it; dropped when it is on its way down
 };
@@ -56,7 +56,6 @@ class Session {
 
   // Everything below is for any thread.
   SERVICE_STATUS_HANDLE set_handler(LPHANDLER_FUNCTION handler);
-  bool has_handler() const;
   DWORD report(const SERVICE_STATUS& status);
   void post(Control control);
   SERVICE_STATUS status() const;
@@ -78,6 +77,7 @@ class Session {
   std::deque<Control> controls_;
   std::shared_ptr<kernel::Event> wake_ = std::make_shared<kernel::Event>();
   SERVICE_STATUS status_{};
+  bool reported_ = false;
   bool ended_ = false;
 };
 

@@ -132,8 +132,6 @@ SimulatedServiceManager::~SimulatedServiceManager() = default;
 std::uint32_t SimulatedServiceManager::control(std::uint32_t code) {
   const auto session = manager_->session();
   if (session == nullptr) return ERROR_SERVICE_NOT_ACTIVE;
-  // Without a handler it has not got beyond the first step of its start.
-  if (!session->has_handler()) return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
   const auto answered = std::make_shared<kernel::Event>();
   const auto answer = std::make_shared<DWORD>(0);
   session->post({code, Delivery::kIfAccepted, answered, answer});

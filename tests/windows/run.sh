@@ -90,6 +90,9 @@ fi
 "$root/tests/windows/services.sh" "$stage" "$work" "$build/equipment/service_fixture.exe" ||
   wrong "the rows of WinServices"
 
+"$root/tests/windows/service_protocol.sh" "$stage" "$work" \
+  "$build/equipment/service_protocol.exe" || wrong "DirWatcher.exe as a service"
+
 # The console agent: its start and its stop leave the required lines in the trace, in this order.
 cat >"$work/agent.toml" <<EOT
 [framework]
