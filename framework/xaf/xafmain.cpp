@@ -295,6 +295,10 @@ std::int32_t xafmain(int /*argument_count*/, char** /*arguments*/) {
   const xaf::Running running;
   if (!running.started()) return trace.returns(xaf::kAlreadyRunning);
   const std::shared_ptr<xaf::Run>& run = running.run();
+  // A lane that cannot wait would sample without a pause.
+  if (run->shutdown.handle() == nullptr || run->lanes_ended.handle() == nullptr) {
+    return trace.returns(xaf::kNoThread);
+  }
   if (run->shutdown.wait(0)) return trace.returns(xaf::kEnded);
 
   xaf::Configuration configuration;

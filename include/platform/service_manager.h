@@ -110,10 +110,23 @@ struct SERVICE_TABLE_ENTRYA {
 #define SERVICE_QUERY_CONFIG 1
 #define SERVICE_QUERY_STATUS 4
 
-// Blocks until the service has stopped. False with ERROR_FAILED_SERVICE_CONTROLLER_CONNECT when
-// no service manager started this program.
+#define ERROR_INVALID_DATA 13
+#define ERROR_INVALID_SERVICE_CONTROL 1052
+#define ERROR_SERVICE_REQUEST_TIMEOUT 1053
+#define ERROR_SERVICE_ALREADY_RUNNING 1056
+#define ERROR_SERVICE_CANNOT_ACCEPT_CTRL 1061
+#define ERROR_SERVICE_NOT_ACTIVE 1062
+#define ERROR_PROCESS_ABORTED 1067
+
+// Runs the service's main function on a thread of its own and its control handler on the calling
+// one, control by control; true when the main function has returned. False with
+// ERROR_FAILED_SERVICE_CONTROLLER_CONNECT when no service manager started this program. Only the
+// first entry of the table counts.
 BOOL StartServiceCtrlDispatcherA(const SERVICE_TABLE_ENTRYA* table);
+// Null with ERROR_SERVICE_NOT_IN_EXE in a program that is no service. The name is not looked at.
 SERVICE_STATUS_HANDLE RegisterServiceCtrlHandlerA(const char* name, LPHANDLER_FUNCTION handler);
+// A report behind that of the end changes nothing: a control handler may be slower than the stop
+// that it began.
 BOOL SetServiceStatus(SERVICE_STATUS_HANDLE service, SERVICE_STATUS* status);
 
 // Null on failure. The machine is null for this one; another one gives RPC_S_SERVER_UNAVAILABLE

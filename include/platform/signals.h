@@ -12,6 +12,7 @@ using PHANDLER_ROUTINE = BOOL (*)(DWORD control);
 
 // The handler runs on a thread of the platform's own that virtual time does not know. Handlers are
 // asked last added first until one returns TRUE. Only the first signal is handed out: a second one
-// ends the process as usual, so that a stop that hangs can still be ended from the keyboard.
+// ends the process as usual, so that a stop that hangs can still be ended from the keyboard. In a
+// service none is handed out: there its signals are controls.
 BOOL SetConsoleCtrlHandler(PHANDLER_ROUTINE handler, BOOL add);
 #endif

@@ -1,6 +1,7 @@
 #include "platform/kernel/fault_point.h"
 
 #include <algorithm>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -97,6 +98,9 @@ std::vector<std::pair<std::string, std::uint32_t>>& counts =
     *new std::vector<std::pair<std::string, std::uint32_t>>;
 bool counting = false;
 bool has_struck = false;
+std::uint64_t calls_until_action = 0;  // 0: none is set
+auto& call_of_action = *new std::string;
+auto& action_at_call = *new std::function<void()>;
 
 std::int64_t usual_failure(std::string_view call) {
   for (const auto& usual : kUsualFailures) {
@@ -115,6 +119,15 @@ void count(const char* call) {
   }
 }
 
+// The action, when this call is the one that it waits for.
+std::function<void()> take_due_action(const char* call) {
+  const std::lock_guard guard(lock);
+  if (calls_until_action == 0 || (!call_of_action.empty() && call_of_action != call))
+    return nullptr;
+  if (--calls_until_action > 0) return nullptr;
+  return std::exchange(action_at_call, nullptr);
+}
+
 }  // namespace
 
 namespace detail {
@@ -122,6 +135,8 @@ namespace detail {
 std::atomic<bool> armed{false};
 
 std::optional<Fault> reach(const char* call, std::int64_t usual_code) {
+  // Without the lock: the action may make calls of its own.
+  if (const std::function<void()> action = take_due_action(call); action != nullptr) action();
   const std::lock_guard guard(lock);
   if (counting) count(call);
   for (auto& plan : plans) {
@@ -148,6 +163,8 @@ void clear() {
   const std::lock_guard guard(lock);
   plans.clear();
   has_struck = false;
+  calls_until_action = 0;
+  action_at_call = nullptr;
   detail::armed = counting;
 }
 
@@ -160,6 +177,14 @@ void reset_counts() {
   const std::lock_guard guard(lock);
   counts.clear();
   counting = true;
+  detail::armed = true;
+}
+
+void at_call(const std::string& call, std::uint64_t nth, std::function<void()> action) {
+  const std::lock_guard guard(lock);
+  call_of_action = call;
+  calls_until_action = nth;
+  action_at_call = std::move(action);
   detail::armed = true;
 }
 

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -40,6 +41,11 @@ void enlist_thread(const std::shared_ptr<Thread>& thread, Lock& lock) {
   } else {
     ++thread->process->live_threads;
     thread->process->standing.push_back(thread);
+    // Started by a thread that has not noticed the process's end yet.
+    if (thread->process->exiting) {
+      thread->doomed = true;
+      thread->doom_code = thread->process->exit_code;
+    }
   }
 }
 
@@ -136,6 +142,15 @@ namespace {
   park_for_ever(self, lock);
 }
 
+std::atomic<DWORD> service_exit_code{0};
+
+// The system passes on eight bits. What is not 0 must not become it there.
+int exit_code_for_system(DWORD code) {
+  constexpr DWORD kPassedOn = 0xFF;
+  if (code == 0) code = service_exit_code;
+  return static_cast<int>(code != 0 && (code & kPassedOn) == 0 ? kPassedOn : code & kPassedOn);
+}
+
 // Only these two streams: another thread may be reading from a pipe, and holds that stream's lock
 // for as long as the command at its other end runs.
 void flush_standard_streams() {
@@ -144,6 +159,9 @@ void flush_standard_streams() {
 }
 
 }  // namespace
+
+void set_service_exit_code(DWORD code) { service_exit_code = code; }
+
 }  // namespace platform::kernel
 
 using platform::kernel::Lock;
@@ -157,7 +175,7 @@ DWORD GetCurrentProcessId() {
 void ExitProcess(UINT exit_code) {
   if (platform::kernel::current_process() == nullptr) {
     platform::kernel::flush_standard_streams();
-    _exit(static_cast<int>(exit_code));
+    _exit(platform::kernel::exit_code_for_system(exit_code));
   }
   Lock lock = platform::kernel::lock_scheduler();
   Thread& self = platform::kernel::current_thread(lock);

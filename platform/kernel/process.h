@@ -61,6 +61,10 @@ void leave_process(Thread& thread, Lock& lock);
 // Blocks for ever, as a thread that has ended without unwinding.
 [[noreturn]] void park_for_ever(Thread& thread, Lock& lock);
 
+// What the hosting program's ExitProcess(0) ends with from now on: to whoever started the program,
+// its code is the service's.
+void set_service_exit_code(DWORD code);
+
 // Starts a thread of the platform's own; null with an errno value in error.
 std::shared_ptr<Thread> start_thread(std::shared_ptr<Process> process, std::size_t stack_size,
                                      std::function<DWORD()> body, int& error);

@@ -90,10 +90,14 @@ fi
 "$root/tests/windows/services.sh" "$stage" "$work" "$build/equipment/service_fixture.exe" ||
   wrong "the rows of WinServices"
 
+"$root/tests/windows/service_protocol.sh" "$stage" "$work" \
+  "$build/equipment/service_protocol.exe" || wrong "DirWatcher.exe as a service"
+
 "$root/tests/windows/recording.sh" "$stage" "$work" "$build/equipment/recorded" ||
   wrong "rows of a recording differ from those on Linux"
 
-# The console agent, on the recorded controller: its start and its stop leave the required lines in the trace, in this order.
+# The console agent, on the recorded controller: its start and its stop leave the required lines in
+# the trace, in this order.
 cat >"$work/agent.toml" <<EOT
 [framework]
 stop_after = "3s"
