@@ -17,9 +17,17 @@ LAB_DOMAIN=corp.example
 LAB_BASE=DC=corp,DC=example
 LAB_PASSWORD=Passw0rd.1
 LAB_SITE=Branch-Site
+LAB_OTHER_DOMAIN=other.example  # a forest of its own, whose one controller is far1
 LAB_PREFIX=10.53.1
-declare -A LAB_ADDRESS=([dc1]=$LAB_PREFIX.11 [dc2]=$LAB_PREFIX.12 [cli]=$LAB_PREFIX.100)
-declare -A LAB_LINK=([dc1]=v-dc1 [dc2]=v-dc2 [cli]=v-cli)
+LAB_NAMES=$LAB_PREFIX.1
+declare -A LAB_ADDRESS=([dc1]=$LAB_PREFIX.11 [dc2]=$LAB_PREFIX.12 [far1]=$LAB_PREFIX.21
+  [cli]=$LAB_PREFIX.100)
+declare -A LAB_LINK=([dc1]=v-dc1 [dc2]=v-dc2 [far1]=v-far1 [cli]=v-cli)
+declare -A LAB_MACHINE_DOMAIN=([dc1]=$LAB_DOMAIN [dc2]=$LAB_DOMAIN [far1]=$LAB_OTHER_DOMAIN
+  [cli]=$LAB_DOMAIN)
+# Machines of a domain ask its first controller for names.
+declare -A LAB_NAME_SERVER=([$LAB_DOMAIN]=${LAB_ADDRESS[dc1]}
+  [$LAB_OTHER_DOMAIN]=${LAB_ADDRESS[far1]})
 
 say() { printf 'lab %s: %s\n' "$LAB_ID" "$*" >&2; }
 die() { say "$*"; exit 1; }
@@ -31,7 +39,7 @@ lab_check_requirements() {
   local program
   [[ $LAB_ID =~ ^[a-z][a-z0-9]{0,9}$ ]] || die "DIRWATCH_LAB_ID must be 1 to 10 of a-z0-9"
   [[ $(id -u) == 0 ]] || cannot_run_here "network namespaces need root"
-  for program in ip unshare ss samba samba-tool ldbadd ldapsearch kinit dig; do
+  for program in ip unshare ss samba samba-tool ldbadd ldapsearch kinit dig dnsmasq; do
     command -v "$program" >/dev/null ||
       cannot_run_here "the program '$program' is missing (apt packages: tools/packages.txt)"
   done
@@ -62,11 +70,28 @@ lab_make_switch() {
   ip -n "$LAB_ID-sw" link set lo up
   ip -n "$LAB_ID-sw" link add br0 type bridge
   ip -n "$LAB_ID-sw" link set br0 up
+  ip -n "$LAB_ID-sw" address add "$LAB_NAMES/24" dev br0
+  lab_start_names
 }
 
-# lab_make_machine NAME: a namespace with one interface on the switch; dc1 is everyone's name server.
+# Controllers hand on the names of other forests to this name server on the switch. It knows the
+# forests and no one beyond, so that an unknown name ends here: two controllers that handed on to each
+# other would pass it round for ever.
+lab_start_names() {
+  local domain rules=()
+  for domain in "${!LAB_NAME_SERVER[@]}"; do
+    rules+=("--server=/$domain/${LAB_NAME_SERVER[$domain]}")
+  done
+  ip netns exec "$LAB_ID-sw" dnsmasq --conf-file=/dev/null --no-resolv --no-hosts --cache-size=0 \
+    --listen-address="$LAB_NAMES" --bind-interfaces --user=root --pid-file --log-facility=- \
+    '--address=/#/' "${rules[@]}" >"$LAB_ROOT/names.log" 2>&1 ||
+    die "the name server does not start: $(cat "$LAB_ROOT/names.log")"
+}
+
+# lab_make_machine NAME: a namespace with one interface on the switch.
 lab_make_machine() {
   local name=$1 namespace=$LAB_ID-$1 address=${LAB_ADDRESS[$1]} link=${LAB_LINK[$1]}
+  local domain=${LAB_MACHINE_DOMAIN[$1]}
   ip netns add "$namespace"
   ip -n "$namespace" link set lo up
   ip -n "$LAB_ID-sw" link add "$link" type veth peer name eth0 netns "$namespace"
@@ -74,9 +99,9 @@ lab_make_machine() {
   ip -n "$namespace" address add "$address/24" dev eth0
   ip -n "$namespace" link set eth0 up
   mkdir -p "/etc/netns/$namespace"
-  printf 'search %s\nnameserver %s\n' "$LAB_DOMAIN" "${LAB_ADDRESS[dc1]}" \
+  printf 'search %s\nnameserver %s\n' "$domain" "${LAB_NAME_SERVER[$domain]}" \
     >"/etc/netns/$namespace/resolv.conf"
-  printf '127.0.0.1 localhost\n%s %s.%s %s\n' "$address" "$name" "$LAB_DOMAIN" "$name" \
+  printf '127.0.0.1 localhost\n%s %s.%s %s\n' "$address" "$name" "$domain" "$name" \
     >"/etc/netns/$namespace/hosts"
 }
 
@@ -86,13 +111,14 @@ lab_configure_controller() {
   local folder=$LAB_ROOT/$1
   mkdir -p "$folder/run" "$folder/log"
   # The stock setting forwards to the machine's own name server, which here is this one: an unknown
-  # name would go round for ever.
+  # name would go round for ever, as it would between two controllers.
   sed -i '/dns forwarder/d; /log file/d' "$folder/etc/smb.conf"
   sed -i "/^\[global\]/a\\
 \\tpid directory = $folder/run\\
 \\tncalrpc dir = $folder/run/ncalrpc\\
 \\tntp signd socket directory = $folder/run/ntp\\
 \\tlog file = $folder/log/%m\\
+\\tdns forwarder = $LAB_NAMES\\
 \\tldap server require strong auth = no\\
 \\tkccsrv:periodic_startup_interval = 1\\
 \\tkccsrv:periodic_interval = 5\\
@@ -101,13 +127,17 @@ lab_configure_controller() {
 \\tdreplsrv:notify_interval = 1" "$folder/etc/smb.conf"
 }
 
-lab_provision_first() {
-  nsrun dc1 samba-tool domain provision --realm=$LAB_REALM --domain=CORP --server-role=dc \
-    --adminpass=$LAB_PASSWORD --host-name=dc1 --host-ip="${LAB_ADDRESS[dc1]}" \
-    --dns-backend=SAMBA_INTERNAL --targetdir="$LAB_ROOT/dc1" \
-    --option="interfaces=${LAB_ADDRESS[dc1]}/24 lo" --option="bind interfaces only=yes" \
-    >"$LAB_ROOT/provision.log" 2>&1 || die "provisioning failed: $(tail -5 "$LAB_ROOT/provision.log")"
-  lab_configure_controller dc1
+# lab_provision NAME: the first controller of its domain.
+lab_provision() {
+  local name=$1 domain=${LAB_MACHINE_DOMAIN[$1]} address=${LAB_ADDRESS[$1]} log=$LAB_ROOT/provision.log
+  local flat=${domain%%.*}
+  say "provisioning the domain $domain"
+  nsrun "$name" samba-tool domain provision --realm="${domain^^}" --domain="${flat^^}" \
+    --server-role=dc --adminpass=$LAB_PASSWORD --host-name="$name" --host-ip="$address" \
+    --dns-backend=SAMBA_INTERNAL --targetdir="$LAB_ROOT/$name" \
+    --option="interfaces=$address/24 lo" --option="bind interfaces only=yes" \
+    >"$log" 2>&1 || die "provisioning failed: $(tail -5 "$log")"
+  lab_configure_controller "$name"
 }
 
 # Changes dc1's directory as the administrator. The change comes from stdin.
@@ -154,6 +184,7 @@ sys.exit(len(dated) < 5)' <<<"$report"
 
 lab_add_controller() {
   local began=$SECONDS deadline=$((SECONDS + 300)) name
+  [[ ! -d $LAB_ROOT/dc2 ]] || return 0
   say "joining dc2 in the site $LAB_SITE"
   lab_join_second
   lab_start_controller dc2
@@ -167,23 +198,45 @@ lab_add_controller() {
   say "two controllers after $((SECONDS - began)) s"
 }
 
+# A second forest, which trusts nobody yet and whose names the machines of the first one can resolve.
+lab_add_forest() {
+  local began=$SECONDS
+  [[ ! -d $LAB_ROOT/far1 ]] || return 0
+  lab_provision far1
+  lab_start_controller far1
+  say "two forests after $((SECONDS - began)) s"
+}
+
 # Whether the controller answers: its directory is synchronised and DNS knows its domain.
 lab_serves() {
   local address=${LAB_ADDRESS[$1]}
   nsrun cli timeout 5 ldapsearch -x -LLL -H "ldap://$address" -b '' -s base \
     -o nettimeout=2 isSynchronized 2>/dev/null | grep -q 'isSynchronized: TRUE' &&
     [[ -n $(nsrun cli timeout 5 dig +short +time=1 +tries=1 "@$address" \
-      "_ldap._tcp.dc._msdcs.$LAB_DOMAIN" SRV 2>/dev/null) ]]
+      "_ldap._tcp.dc._msdcs.${LAB_MACHINE_DOMAIN[$1]}" SRV 2>/dev/null) ]]
 }
 
+lab_clock_library() {
+  local library
+  for library in /usr/lib/*/faketime/libfaketime.so.1; do
+    [[ -e $library ]] && echo "$library" && return
+  done
+  die "a clock of its own needs the apt package faketime"
+}
+
+# lab_start_controller NAME [SECONDS]: with seconds its clock is that much ahead ("+120") or behind
+# ("-120") of the machine's. A controller takes no part in its domain with more than 300.
 lab_start_controller() {
-  local name=$1 folder=$LAB_ROOT/$1 deadline=$((SECONDS + 180))
+  local name=$1 ahead=${2:-} folder=$LAB_ROOT/$1 deadline=$((SECONDS + 180)) clock=(env)
   mkdir -p "$folder/run" && rm -f "$folder/run/"*.pid
+  # Left to themselves the directory's modules take the time past the library put in before them.
+  [[ -z $ahead ]] || clock+=(LDB_MODULES_DISABLE_DEEPBIND=1 FAKETIME_DONT_FAKE_MONOTONIC=1
+    "FAKETIME=${ahead}s" "LD_PRELOAD=$(lab_clock_library)")
   # /run/samba is the controller's own: two of them would meet there, and its file server asks
   # winbind under that path only, whatever the settings say; without an answer no share opens.
   mkdir -p /run/samba
   nsrun "$name" unshare -m sh -c 'mount --bind "$1" /run/samba; shift; exec "$@"' sh "$folder/run" \
-    setsid samba -i --no-process-group -M prefork -s "$folder/etc/smb.conf" \
+    setsid "${clock[@]}" samba -i --no-process-group -M prefork -s "$folder/etc/smb.conf" \
     </dev/null >"$folder/log/console" 2>&1 &
   disown
   until lab_serves "$name"; do
@@ -286,7 +339,7 @@ lab_down() {
 }
 
 lab_up() {
-  local owner=$1 began=$SECONDS
+  local owner=$1 began=$SECONDS name
   [[ -z $(lab_root) ]] || die "is up already (lab/samba-lab.sh down takes it away)"
   lab_down
   mkdir -p "$LAB_STATE"
@@ -296,13 +349,10 @@ lab_up() {
   [[ -n $owner ]] && lab_watch_owner "$owner"
   say "making namespaces"
   lab_make_switch
-  # dc2's place is made here although it may stay empty: a namespace made by a client of the lab,
+  # Places are made here although some may stay empty: a namespace made by a client of the lab,
   # inside that client's own view of the mounts, could not be taken away from outside.
-  lab_make_machine dc1
-  lab_make_machine dc2
-  lab_make_machine cli
-  say "provisioning the domain $LAB_DOMAIN"
-  lab_provision_first
+  for name in "${!LAB_ADDRESS[@]}"; do lab_make_machine "$name"; done
+  lab_provision dc1
   say "starting dc1"
   lab_start_controller dc1
   lab_make_client
@@ -318,6 +368,7 @@ LAB_CLIENT_NAMESPACE=$LAB_ID-cli
 LAB_SERVER=dc1.$LAB_DOMAIN
 LAB_SECOND_SERVER=dc2.$LAB_DOMAIN
 LAB_SITE=$LAB_SITE
+LAB_OTHER_SERVER=far1.$LAB_OTHER_DOMAIN
 LAB_LDAPI=$LAB_ROOT/dc1/private/ldap_priv/ldapi
 LAB_CA_FILE=$LAB_ROOT/dc1/private/tls/ca.pem
 LAB_BIND_DN=Administrator@$LAB_DOMAIN

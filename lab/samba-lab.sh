@@ -17,10 +17,12 @@ usage: lab/samba-lab.sh COMMAND
   status                say whether the lab is up and serves
   env                   print what a client needs, as NAME=value lines
   run COMMAND...        up, run the command as a client of the lab, down; its exit status
-  exec MACHINE COMMAND  run a command on a machine: dc1, dc2, or cli for clients
+  exec MACHINE COMMAND  run a command on a machine: dc1, dc2, far1, or cli for clients
   add-controller        add a second site, Branch-Site, and in it the controller dc2
+  add-forest            add a second forest, other.example, with one controller, far1
   add-containers N      add N containers below the head of the domain
-  stop|start MACHINE    the controller's server: end it, or start it and wait until it serves
+  stop|start MACHINE    the controller's server: end it, or start it and wait until it serves;
+                        start MACHINE +120 sets its clock 120 seconds ahead, -120 behind
   freeze|thaw MACHINE   stop its LDAP processes so that it takes connections and never answers
 
 Environment: DIRWATCH_LAB_ID names the lab (default dwlab); labs of different ids do not touch.
@@ -72,8 +74,9 @@ case $command in
   run) lab_check_requirements && run_in_lab "$@" ;;
   exec) lab_require && nsrun "$@" ;;
   add-controller) lab_require && lab_add_controller ;;
+  add-forest) lab_require && lab_add_forest ;;
   add-containers) lab_require && lab_add_containers "$1" ;;
-  start) lab_require && lab_start_controller "$1" ;;
+  start) lab_require && lab_start_controller "$@" ;;
   stop) lab_require && lab_stop_controller "$1" ;;
   freeze) lab_require && lab_signal_ldap STOP "$1" ;;
   thaw) lab_require && lab_signal_ldap CONT "$1" ;;

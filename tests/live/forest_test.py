@@ -5,7 +5,6 @@ Runs as a client of the lab, after live_test.py or alone (tests/live/run_live.sh
 the forest as it found it, as far as the next ones look.
 """
 
-import json
 import os
 import subprocess
 import sys
@@ -13,119 +12,10 @@ import time
 import unittest
 
 import oracle
-from live_test import BASE, DIRWATCH, lab, run_program, sample, scratch, write_file
-
-QUESTION_PROBE = os.environ["QUESTION_PROBE"]
-FIRST = os.environ["LAB_SERVER"]
-SECOND = os.environ["LAB_SECOND_SERVER"]
-DOMAIN = FIRST.partition(".")[2]
-HOME_SITE = "Default-First-Site-Name"
-BRANCH_SITE = os.environ["LAB_SITE"]
-CONFIGURATION = "CN=Configuration," + BASE
-SITES = "CN=Sites," + CONFIGURATION
-TRANSPORT = "CN=IP,CN=Inter-Site Transports," + SITES
-ENUM_END = -10
-
-
-def url(server):
-    return "ldap://" + server
-
-
-def settings(machine):
-    return ["-s", os.path.join(os.environ["LAB_ROOT"], machine, "etc", "smb.conf")]
-
-
-def samba_tool(machine, *arguments):
-    """What samba-tool prints on that machine, with the machine's own rights."""
-    command = [os.environ["LAB_PROGRAM"], "exec", machine, "samba-tool", *arguments]
-    done = subprocess.run(command + settings(machine), capture_output=True, text=True, timeout=120,
-                          check=False)
-    if done.returncode != 0:
-        raise AssertionError(f"{' '.join(arguments)}: {done.stdout}{done.stderr}")
-    return done.stdout
-
-
-def ip(*arguments):
-    """Changes the network of dc2's machine."""
-    subprocess.run([os.environ["LAB_PROGRAM"], "exec", "dc2", "ip", *arguments], check=True,
-                   timeout=30)
-
-
-def administrator(server, program):
-    return [program, "-x", "-H", url(server), "-D", os.environ["LAB_BIND_DN"],
-            "-y", os.environ["LAB_PASSWORD_FILE"]]
-
-
-def modify(server, change):
-    """Applies an LDIF change as the administrator."""
-    done = subprocess.run(administrator(server, "ldapmodify"), input=change, capture_output=True,
-                          text=True, timeout=60, check=False)
-    if done.returncode != 0:
-        raise AssertionError(done.stderr + change)
-
-
-def search(server, base, scope, condition, names):
-    command = administrator(server, "ldapsearch") + ["-LLL", "-o", "ldif-wrap=no", "-b", base]
-    command += ["-s", scope] + oracle.PAGE + [condition, *names]
-    done = subprocess.run(command, capture_output=True, text=True, timeout=120, check=False)
-    if done.returncode == 32:  # no such object
-        return []
-    if done.returncode != 0:
-        raise AssertionError(done.stderr)
-    return oracle.parse_ldif(done.stdout)
-
-
-def texts(entry, name):
-    return [value.decode() for value in entry.get(name.lower(), [])]
-
-
-def until(condition, seconds=300):
-    """The first true answer of a condition that the forest reaches by itself, by replicating."""
-    deadline = time.monotonic() + seconds
-    while not (answer := condition()):
-        if time.monotonic() > deadline:
-            raise AssertionError(f"not within {seconds} s")
-        time.sleep(0.5)
-    return answer
-
-
-class Questions:
-    """question_probe as a conversation with one controller."""
-
-    def __init__(self, server):
-        self.errors = open(scratch("question-probe.log"), "w+", encoding="utf-8", errors="replace")
-        self.process = subprocess.Popen([QUESTION_PROBE, url(server)], stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE, stderr=self.errors, text=True)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.process.stdin.close()
-        self.process.wait(60)
-        self.process.stdout.close()
-        self.errors.close()
-
-    def ask(self, *words):
-        self.process.stdin.write("|".join(words) + "\n")
-        self.process.stdin.flush()
-        line = self.process.stdout.readline()
-        if not line:
-            self.errors.seek(0)
-            raise AssertionError("the probe ended: " + self.errors.read()[-2000:])
-        return json.loads(line)
-
-
-def servers(site=None):
-    """(site, cn, dNSHostName, options) of every controller, as ldapsearch lists them."""
-    found = []
-    for dn, entry in search(FIRST, SITES, "sub", "(objectClass=nTDSDSA)", ["options"]):
-        _, server_cn, _, site_cn, _ = dn.split(",", 4)
-        ((_, server),) = search(FIRST, dn.partition(",")[2], "base", "(objectClass=*)",
-                                ["dNSHostName"])
-        options = int(texts(entry, "options")[0]) if texts(entry, "options") else 0
-        found.append((site_cn[3:], server_cn[3:], texts(server, "dNSHostName")[0], options))
-    return [entry for entry in found if site in (None, entry[0])]
+from domain import (BRANCH_SITE, DOMAIN, ENUM_END, FIRST, HOME_SITE, SECOND, SITES,
+                    TRANSPORT, Questions, ip, links, modify, owners, samba_tool, search, servers,
+                    texts, until, url)
+from live_test import BASE, DIRWATCH, lab, run_program, sample, write_file
 
 
 def setUpModule():
@@ -262,26 +152,18 @@ class ForestTest(unittest.TestCase):
 
     # Roles.
 
-    def owners(self):
-        """{role: short name} by samba-tool."""
-        roles = {}
-        for line in samba_tool("dc1", "fsmo", "show").splitlines():
-            role, _, owner = line.partition(" owner: ")
-            roles[role] = owner.split(",")[1].partition("=")[2]
-        return roles
-
     def assert_roles(self, server):
-        owners = self.owners()
+        holders = owners()
         with Questions(server) as questions:
             answer = questions.ask("roles", server.partition(".")[0], BASE)
         self.assertEqual(answer["results"], [0] * 6)
         self.assertEqual(
             [answer[name].upper() for name in ("pdc", "rid", "infrastructure", "schema", "naming")],
-            [owners[role].upper() for role in (
+            [holders[role].upper() for role in (
                 "PdcEmulationMasterRole", "RidAllocationMasterRole", "InfrastructureMasterRole",
                 "SchemaMasterRole", "DomainNamingMasterRole")])
         self.assertEqual(answer["pdc_full"].lower(), f"{answer['pdc'].lower()}.{DOMAIN}")
-        return owners
+        return holders
 
     def test_30_the_five_role_owners_before_and_after_two_roles_move(self):
         before = self.assert_roles(FIRST)
@@ -289,8 +171,8 @@ class ForestTest(unittest.TestCase):
         for role in ("pdc", "naming"):
             samba_tool("dc2", "fsmo", "transfer", "--role=" + role)
         try:
-            until(lambda: self.owners()["PdcEmulationMasterRole"] == "DC2" and
-                  self.owners()["DomainNamingMasterRole"] == "DC2")
+            until(lambda: owners()["PdcEmulationMasterRole"] == "DC2" and
+                  owners()["DomainNamingMasterRole"] == "DC2")
             after = self.assert_roles(FIRST)
             self.assertEqual(after["PdcEmulationMasterRole"], "DC2")
             self.assertEqual(after["RidAllocationMasterRole"], "DC1")
@@ -298,16 +180,9 @@ class ForestTest(unittest.TestCase):
         finally:
             for role in ("pdc", "naming"):
                 samba_tool("dc1", "fsmo", "transfer", "--role=" + role)
-            until(lambda: set(self.owners().values()) == {"DC1"})
+            until(lambda: set(owners().values()) == {"DC1"})
 
     # Replication.
-
-    def links(self, machine):
-        """{(naming context, source's name): (failures, ever succeeded)} by samba-tool."""
-        report = json.loads(samba_tool(machine, "drs", "showrepl", "--json"))
-        return {(link["NC dn"], link["NTDS DN"].split(",")[1][3:]):
-                (link["consecutive failures"], link["last success"] != "NTTIME(0)")
-                for link in report["repsFrom"]}
 
     @staticmethod
     def neighbours(questions, server):
@@ -320,7 +195,7 @@ class ForestTest(unittest.TestCase):
         for machine, server in (("dc1", FIRST), ("dc2", SECOND)):
             with Questions(server) as questions:
                 found, answer = self.neighbours(questions, server)
-                self.assertEqual(found, self.links(machine))
+                self.assertEqual(found, links(machine))
                 self.assertEqual(len(found), 5)
                 self.assertEqual({link["last_result"] for link in answer["neighbours"]}, {0})
                 other = SECOND if server == FIRST else FIRST
@@ -339,7 +214,7 @@ class ForestTest(unittest.TestCase):
                 second = until(lambda: failing(3))
                 self.assertNotIn(0, {link["last_result"] for link in first["neighbours"]})
                 # samba-tool sees the same count, or the next one if a try came between.
-                wanted = self.links("dc1")
+                wanted = links("dc1")
                 for link in second["neighbours"]:
                     key = (link["context"], link["source"].split(",")[1][3:])
                     self.assertLessEqual(link["failures"], wanted[key][0])
@@ -557,7 +432,7 @@ class ForestTest(unittest.TestCase):
     def test_80_replication_partners_as_samba_tool_lists_them(self):
         # What an earlier case stopped is forgotten with the next success.
         until(lambda: {failures for machine in ("dc1", "dc2")
-                       for failures, _ in self.links(machine).values()} == {0})
+                       for failures, _ in links(machine).values()} == {0})
 
         def dns_form(context):
             return ".".join(part.partition("=")[2] for part in context.split(","))
@@ -566,7 +441,7 @@ class ForestTest(unittest.TestCase):
                                                   ("dc2", SECOND, BRANCH_SITE, HOME_SITE)):
             wanted = sorted((partner, dns_form(context), failures, "InterSite", other_site, site,
                              server)
-                            for (context, partner), (failures, _) in self.links(machine).items())
+                            for (context, partner), (failures, _) in links(machine).items())
             self.assertEqual(len(wanted), 5)
             found = sorted((row["rplpart"], row["rpldir"], row["rplfail"], row["rpltype"],
                             row["rplpst"], row["rplsite"], row["rplhn"].lower())
@@ -577,7 +452,7 @@ class ForestTest(unittest.TestCase):
         lab("stop", "dc2")
         try:
             rows = until(lambda: [row for row in self.partner_rows(FIRST) if row["rplfail"] >= 2])
-            highest = max(failures for failures, _ in self.links("dc1").values())
+            highest = max(failures for failures, _ in links("dc1").values())
             for row in rows:
                 self.assertEqual(row["rplpart"], "DC2")
                 self.assertLessEqual(row["rplfail"], highest)
@@ -592,8 +467,7 @@ class ForestTest(unittest.TestCase):
             [row[name] for name in ("dcarpp", "dcarppp", "dcagc", "dcagcp", "dcagcb", "dcasgc",
                                     "dcasgcp", "dcasgcb", "dcasdc", "dcasdcb")],
             [1, 1, len(catalogs), len(catalogs), len(catalogs), 1, 1, 1, 1, 1])
-        owners = self.owners()
-        self.assertEqual(set(owners.values()), {"DC1"})
+        self.assertEqual(set(owners().values()), {"DC1"})
         for role in ("rid", "dn", "inf", "sch", "pdc"):
             self.assertEqual(row["dca" + role].upper(), f"{HOME_SITE}\\DC1".upper())
             self.assertEqual(row["dcap" + role], row["dca" + role])
@@ -623,7 +497,7 @@ class ForestTest(unittest.TestCase):
     def test_84_availability_names_the_new_holder_of_a_role_that_moved(self):
         samba_tool("dc2", "fsmo", "transfer", "--role=pdc")
         try:
-            until(lambda: self.owners()["PdcEmulationMasterRole"] == "DC2")
+            until(lambda: owners()["PdcEmulationMasterRole"] == "DC2")
             row = self.one_row("DCWNTDSDCA", FIRST)
             self.assertEqual(row["dcapdc"].upper(), f"{BRANCH_SITE}\\DC2".upper())
             self.assertEqual((row["dcapdcb"], row["dcafsmo"]), (1, "Domain_Naming"))
@@ -631,7 +505,7 @@ class ForestTest(unittest.TestCase):
             self.assertEqual(row["dcarid"].upper(), f"{HOME_SITE}\\DC1".upper())
         finally:
             samba_tool("dc1", "fsmo", "transfer", "--role=pdc")
-            until(lambda: set(self.owners().values()) == {"DC1"})
+            until(lambda: set(owners().values()) == {"DC1"})
 
     def test_85_latency_of_a_change_that_really_replicates(self):
         def changed(server):

@@ -55,9 +55,9 @@ def run_program(arguments, timeout=120, **environment):
                           env={**os.environ, **environment})
 
 
-def sample(table, url, trace=False, **environment):
-    """The rows of one sample, and the finished program."""
-    command = [DIRWATCH, "sample", table, "--controller", url, "--format", "json"]
+def sample(table, url, trace=False, on=(), **environment):
+    """The rows of one sample, and the finished program; on: what runs a program on a machine."""
+    command = [*on, DIRWATCH, "sample", table, "--controller", url, "--format", "json"]
     if trace:
         command += ["--config", write_file("trace.toml", TRACE_TO_ERRORS)]
     done = run_program(command, **environment)
