@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The live suite: brings up domains of its own, runs the comparison programs inside the client's
 # namespace, takes the domains away. DIRECTORY_PROBE, QUESTION_PROBE and DIRWATCH name the programs
-# under test. Exit status 77: it cannot run here; the reason is printed. Without arguments both
-# comparison programs run; with some, the one named first (live_test or forest_test) with the rest.
+# under test. Exit status 77: it cannot run here; the reason is printed. Without arguments all
+# comparison programs run; with some, the ones that they name (live_test, forest_test, sysvol_test,
+# clock_test, trust_test, each perhaps with a case: trust_test.TrustTest.test_10_...).
 set -u
 here=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
 export LAB_PROGRAM=$here/../../lab/samba-lab.sh
@@ -10,14 +11,14 @@ export DIRWATCH_LAB_ID=dwt$(($$ % 1000000))
 : "${DIRECTORY_PROBE:?names the program built from tests/live/directory_probe.cpp}"
 : "${QUESTION_PROBE:?names the program built from tests/live/question_probe.cpp}"
 
-# Each in a domain of its own: 20,000 containers of the one would be replicated by the other.
-in_a_domain() { "$LAB_PROGRAM" run python3 -B "$here/$1.py" "${@:2}"; }
+in_a_domain() { PYTHONPATH=$here "$LAB_PROGRAM" run python3 -B -m unittest --verbose "$@"; }
 
 if [ $# -gt 0 ]; then
   in_a_domain "$@"
   exit
 fi
+# Its 20,000 containers would be replicated by the domain of the others.
 in_a_domain live_test
 first=$?
 [ $first -ne 77 ] || exit 77
-in_a_domain forest_test && exit $first
+in_a_domain forest_test sysvol_test clock_test trust_test && exit $first
