@@ -117,6 +117,27 @@ class AskedServices : public DirectoryServices {
     return kStatusOk;
   }
 
+  // Those of the own domain as DNS knows them, then what the sites hold beside them.
+  std::vector<LocatedController> controllers() override {
+    Entry root;
+    if (directory_.read_root("", root) != kDirectoryOk) return {};
+    std::vector<LocatedController> known =
+        controllers_of(dns_name(first_value(root, "defaultNamingContext")));
+    for (const auto& [guid, settings_dn] :
+         settings_by_guid("", first_value(root, "configurationNamingContext"))) {
+      Entry server;
+      const std::string server_dn(parent_dn(settings_dn));
+      if (directory_.read("", server_dn, {"dNSHostName"}, server) != kDirectoryOk) continue;
+      const std::string name = first_value(server, "dNSHostName");
+      const bool is_known =
+          name.empty() || std::any_of(known.begin(), known.end(), [&name](const auto& one) {
+            return equal_without_case(one.name, name);
+          });
+      if (!is_known) known.push_back(describe(name));
+    }
+    return known;
+  }
+
   Win32Status neighbours(std::string_view server, std::vector<ReplicaNeighbour>& found) override {
     Entry root;
     DirectoryResult result = directory_.read_root(server, root);

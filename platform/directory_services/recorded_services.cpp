@@ -9,33 +9,12 @@
 
 #include "include/platform/directory_services.h"
 #include "platform/directory_services/choose.h"
+#include "platform/directory_services/flag_names.h"
 #include "platform/recorded/json_reader.h"
 #include "platform/recorded/utf8.h"
 
 namespace platform {
 namespace {
-
-struct NamedFlag {
-  std::string_view name;
-  std::uint32_t flag;
-};
-constexpr NamedFlag kRoles[] = {
-    {"PDC", DS_PDC_FLAG},
-    {"GC", DS_GC_FLAG},
-    {"LDAP", DS_LDAP_FLAG},
-    {"DS", DS_DS_FLAG},
-    {"KDC", DS_KDC_FLAG},
-    {"TIMESERV", DS_TIMESERV_FLAG},
-    {"CLOSEST", DS_CLOSEST_FLAG},
-    {"WRITABLE", DS_WRITABLE_FLAG},
-    {"GOOD_TIMESERV", DS_GOOD_TIMESERV_FLAG},
-    {"READ_ONLY", 0x800},
-};
-constexpr NamedFlag kTrustFlags[] = {
-    {"IN_FOREST", DS_DOMAIN_IN_FOREST},     {"DIRECT_OUTBOUND", DS_DOMAIN_DIRECT_OUTBOUND},
-    {"TREE_ROOT", DS_DOMAIN_TREE_ROOT},     {"PRIMARY", DS_DOMAIN_PRIMARY},
-    {"NATIVE_MODE", DS_DOMAIN_NATIVE_MODE}, {"DIRECT_INBOUND", DS_DOMAIN_DIRECT_INBOUND},
-};
 
 template <std::size_t kCount>
 std::uint32_t read_flags(const JsonPlace& place, std::string_view key,
@@ -235,6 +214,8 @@ class RecordedServices : public DirectoryServices {
     full_name = bound->name;
     return kStatusOk;
   }
+
+  std::vector<LocatedController> controllers() override { return controllers_; }
 
   Win32Status neighbours(std::string_view server, std::vector<ReplicaNeighbour>& found) override {
     return answer(replication_, server, found);

@@ -6,6 +6,7 @@
 // without backslashes, or empty for the controller's own machine.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -21,6 +22,10 @@ inline constexpr Win32Status kStatusServerUnavailable = 1722;  // the RPC server
 inline constexpr Win32Status kStatusNoSiteName = 1919;
 
 using GuidBytes = std::array<std::uint8_t, 16>;  // as they lie in memory on Windows
+// The bytes in the order of the text: its first three groups lie in memory with their last byte
+// first.
+inline constexpr std::array<std::size_t, 16> kGuidTextOrder{3, 2, 1,  0,  5,  4,  7,  6,
+                                                            8, 9, 10, 11, 12, 13, 14, 15};
 
 // A controller as the locator describes it.
 struct LocatedController {
@@ -82,6 +87,8 @@ class DirectoryServices {
   // then its own.
   virtual Win32Status bind(std::string_view controller, std::string_view domain,
                            std::string& full_name) = 0;
+  // Every controller of the forest that is known here, with those that do not answer.
+  virtual std::vector<LocatedController> controllers() = 0;
   virtual Win32Status neighbours(std::string_view server, std::vector<ReplicaNeighbour>& found) = 0;
   virtual Win32Status trusts(std::string_view server, std::vector<DomainTrust>& found) = 0;
 };

@@ -6,13 +6,16 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "platform/directory_services/written_services.h"
 #include "platform/recorded/distinguished_name.h"
 #include "platform/recorded/ldif.h"
+#include "platform/services/written_services.h"
 
 namespace platform {
 namespace {
@@ -164,6 +167,43 @@ std::size_t write_directory(Controller& controller, const fs::path& folder) {
   return writer.written();
 }
 
+void write_text(const std::string& text, const fs::path& path) {
+  WholeFile file(path);
+  file.stream() << text;
+  file.keep();
+}
+
+// A server that is down is kept as one: asking it would cost a time-out for each question.
+template <typename Item>
+ServerAnswer<Item> answer_of(DirectoryServices& services, const LocatedController& server,
+                             Win32Status (DirectoryServices::*ask)(std::string_view,
+                                                                   std::vector<Item>&)) {
+  ServerAnswer<Item> answer;
+  answer.status = server.answers ? (services.*ask)(server.name, answer.items)
+                                 : Win32Status{kStatusServerUnavailable};
+  if (answer.status != kStatusOk) answer.items.clear();
+  return answer;
+}
+
+std::size_t write_services(Controller& controller, const fs::path& folder) {
+  if (ServiceManager* manager = controller.services()) {
+    const std::string text = services_text(*manager);
+    if (!text.empty()) write_text(text, folder / "services.json");
+  }
+  DirectoryServices& services = *controller.directory_services();
+  const std::vector<LocatedController> controllers = services.controllers();
+  std::map<std::string, ServerAnswer<ReplicaNeighbour>> neighbours;
+  std::map<std::string, ServerAnswer<DomainTrust>> trusts;
+  for (const LocatedController& one : controllers) {
+    neighbours[one.name] = answer_of(services, one, &DirectoryServices::neighbours);
+    trusts[one.name] = answer_of(services, one, &DirectoryServices::trusts);
+  }
+  write_text(locator_text(controllers), folder / "locator.json");
+  write_text(replication_text(neighbours), folder / "replication.json");
+  write_text(trusts_text(trusts), folder / "trusts.json");
+  return controllers.size();
+}
+
 void write_registry(const MachineFacts& machine, const fs::path& folder) {
   char text[2048];
   const int length = std::snprintf(
@@ -183,13 +223,13 @@ void write_registry(const MachineFacts& machine, const fs::path& folder) {
     throw ControllerError("the controller's name is too long for " +
                           (folder / "registry.reg").string());
   }
-  WholeFile file(folder / "registry.reg");
-  file.stream() << text;
-  file.keep();
+  write_text(text, folder / "registry.reg");
 }
 
-void write_readme(const Controller& controller, std::size_t entries, const fs::path& folder) {
+void write_readme(const Controller& controller, std::size_t entries, std::size_t controllers,
+                  const fs::path& folder) {
   const MachineFacts& machine = controller.machine();
+  std::error_code no_error;
   WholeFile file(folder / "README.md");
   file.stream() << "# A recording of " << machine.host_name << '.' << machine.dns_suffix
                 << "\n\nTaken by `dirwatch record` from " << controller.description()
@@ -197,7 +237,13 @@ void write_readme(const Controller& controller, std::size_t entries, const fs::p
                    " Passwords, keys and trust secrets\nwere left out.\n\n"
                    "| File | Holds |\n|---|---|\n| `directory.ldif` | the root object and "
                    "every naming context, "
-                << entries << " objects (RFC 2849) |\n| `registry.reg` | which machine it was |\n";
+                << entries << " objects (RFC 2849) |\n| `registry.reg` | which machine it was |\n"
+                << "| `locator.json` | the controllers of the forest, " << controllers
+                << " |\n| `replication.json` | their replication partners |\n"
+                   "| `trusts.json` | the trusts of their domains |\n"
+                << (fs::exists(folder / "services.json", no_error)
+                        ? "| `services.json` | the services of the machine that recorded |\n"
+                        : "");
   file.keep();
 }
 
@@ -213,8 +259,10 @@ void record(const std::string& url, const std::string& folder) {
   fs::create_directories(target, error);
   if (error) throw ControllerError("cannot make '" + folder + "': " + error.message());
   write_registry(controller->machine(), target);
+  const std::size_t controllers = write_services(*controller, target);
+  // Last of the files that count: the folder passes for a recording from here on.
   const std::size_t entries = write_directory(*controller, target);
-  write_readme(*controller, entries, target);
+  write_readme(*controller, entries, controllers, target);
 }
 
 }  // namespace platform

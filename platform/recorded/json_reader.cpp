@@ -81,9 +81,7 @@ bool read_time(std::string_view text, std::uint64_t& time) {
   return true;
 }
 
-// The first three groups lie in memory with their last byte first.
 bool read_guid(std::string_view text, GuidBytes& guid) {
-  constexpr std::size_t kPlaces[] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
   if (text.size() != 36) return false;
   std::size_t byte = 0;
   for (std::size_t i = 0; i < text.size();) {
@@ -98,7 +96,7 @@ bool read_guid(std::string_view text, GuidBytes& guid) {
       if (nibble == std::string_view::npos) return false;
       value = value * 16 + static_cast<unsigned>(nibble);
     }
-    guid[kPlaces[byte++]] = static_cast<std::uint8_t>(value);
+    guid[kGuidTextOrder[byte++]] = static_cast<std::uint8_t>(value);
     i += 2;
   }
   return true;

@@ -11,6 +11,7 @@
 
 #include "platform/counters/recorded_text.h"
 #include "platform/recorded/utf8.h"
+#include "platform/services/service_words.h"
 
 namespace platform {
 namespace {
@@ -18,24 +19,6 @@ namespace {
 using nlohmann::json;
 
 constexpr ServiceError kDoesNotExist = 1060;
-constexpr std::uint32_t kAcceptStop = 1, kAcceptPause = 2;
-
-struct Word {
-  std::string_view word;
-  std::uint32_t number;
-};
-constexpr Word kStates[] = {{"Unknown", 0},       {"Stopped", 1}, {"Start Pending", 2},
-                            {"Stop Pending", 3},  {"Running", 4}, {"Continue Pending", 5},
-                            {"Pause Pending", 6}, {"Paused", 7}};
-constexpr Word kStartModes[] = {
-    {"Boot", 0}, {"System", 1}, {"Auto", 2}, {"Manual", 3}, {"Disabled", 4}};
-// The tool knows no word for the services of a user's session; those have a process of their own.
-constexpr Word kTypes[] = {
-    {"Kernel Driver", 1},           {"File System Driver", 2}, {"Adapter", 4},
-    {"Recognizer Driver", 8},       {"Own Process", 0x10},     {"Share Process", 0x20},
-    {"Interactive Process", 0x110}, {"Unknown", 0xD0}};
-constexpr Word kErrorControls[] = {
-    {"Ignore", 0}, {"Normal", 1}, {"Severe", 2}, {"Critical", 3}, {"Unknown", 1}};
 
 struct RecordedService {
   std::string name;
@@ -76,9 +59,9 @@ class ServiceReader {
   }
 
   void read_state(ServiceState& state) {
-    state.type = word("ServiceType", kTypes, state.type);
+    state.type = word("ServiceType", kServiceTypes, state.type);
     require("State");
-    state.state = word("State", kStates, 0);
+    state.state = word("State", kServiceStates, 0);
     if (flag("AcceptStop")) state.controls_accepted |= kAcceptStop;
     if (flag("AcceptPause")) state.controls_accepted |= kAcceptPause;
     state.exit_code = number("ExitCode", 0);
@@ -142,17 +125,17 @@ class ServiceReader {
     return value.is_null() ? otherwise : number_of(key, value);
   }
   // One of the words, or the number itself.
-  std::uint32_t word(const char* key, std::span<const Word> words, std::uint32_t otherwise) {
+  std::uint32_t word(const char* key, std::span<const ServiceWord> words, std::uint32_t otherwise) {
     const json value = take(key);
     if (value.is_null()) return otherwise;
     if (!value.is_string()) return number_of(key, value);
     const auto written = text_of(key, value);
-    const auto found = std::find_if(words.begin(), words.end(), [&](const Word& one) {
+    const auto found = std::find_if(words.begin(), words.end(), [&](const ServiceWord& one) {
       return equal_without_case(one.word, written);
     });
     if (found != words.end()) return found->number;
     std::string known;
-    for (const Word& one : words) (known += known.empty() ? "" : ", ") += one.word;
+    for (const ServiceWord& one : words) (known += known.empty() ? "" : ", ") += one.word;
     fail(std::string(key) + ": \"" + written + "\" is none of " + known);
   }
 
