@@ -1,4 +1,4 @@
-#include "platform/services/written_services.h"
+#include "platform/live/services_text.h"
 
 #include <nlohmann/json.hpp>
 #include <set>
@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/recorded/json_text.h"
+#include "platform/live/json_text.h"
 #include "platform/recorded/utf8.h"
 #include "platform/services/service_words.h"
 

@@ -1,4 +1,4 @@
-#include "platform/directory_services/written_services.h"
+#include "platform/live/directory_services_text.h"
 
 #include <algorithm>
 #include <chrono>
@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/directory_services/flag_names.h"
-#include "platform/recorded/json_text.h"
+#include "platform/live/json_text.h"
 
 namespace platform {
 namespace {

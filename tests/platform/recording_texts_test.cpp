@@ -1,8 +1,6 @@
 // What is written of a controller's locator, replication, trusts and services: read back, it
 // answers as the controller did.
 
-#include "platform/directory_services/written_services.h"
-
 #include <gmock/gmock.h>
 
 #include <chrono>
@@ -11,9 +9,10 @@
 #include <vector>
 
 #include "platform/directory_services/recorded_services.h"
+#include "platform/live/directory_services_text.h"
 #include "platform/live/live_services.h"
+#include "platform/live/services_text.h"
 #include "platform/services/recorded_services.h"
-#include "platform/services/written_services.h"
 #include "tests/support/private_bus.h"
 #include "tests/support/two_sites.h"
 

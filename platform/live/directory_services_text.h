@@ -1,6 +1,7 @@
 #pragma once
 // The texts of locator.json, replication.json and trusts.json for what the locator, replication and
-// trust interfaces of a controller answer: the other direction of recorded_services.h.
+// trust interfaces of a controller answer: the other direction of
+// directory_services/recorded_services.h.
 //
 // Left out is what the files have no form for: flags without a name, times past the year 9999,
 // identifiers that are none. Any thread.

@@ -1,6 +1,6 @@
 #pragma once
 // The text of services.json for what a service manager tells: the other direction of
-// recorded_services.h.
+// services/recorded_services.h.
 
 #include <string>
 
