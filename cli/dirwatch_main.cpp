@@ -91,7 +91,7 @@ int main(int argc, char** argv) {
 
   cli::RecordOptions record;
   CLI::App* record_command =
-      app.add_subcommand("record", "Write a recording of a live directory into a folder");
+      app.add_subcommand("record", "Write a recording of a live controller into a folder");
   add_controller(record_command, record.controller)->required();
   record_command->add_option("-o,--output", record.output, "the folder to make")->required();
 

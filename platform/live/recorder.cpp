@@ -12,10 +12,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/directory_services/written_services.h"
+#include "platform/live/directory_services_text.h"
+#include "platform/live/services_text.h"
 #include "platform/recorded/distinguished_name.h"
 #include "platform/recorded/ldif.h"
-#include "platform/services/written_services.h"
 
 namespace platform {
 namespace {

@@ -9,7 +9,7 @@ import subprocess
 import time
 
 import oracle
-from live_test import BASE, DIRWATCH, scratch, write_file
+from live_test import BASE, DIRWATCH, run_program, scratch, write_file
 
 QUESTION_PROBE = os.environ["QUESTION_PROBE"]
 FIRST = os.environ["LAB_SERVER"]
@@ -145,6 +145,20 @@ def links(machine):
     return {(link["NC dn"], link["NTDS DN"].split(",")[1][3:]):
             (link["consecutive failures"], link["last success"] != "NTTIME(0)")
             for link in report["repsFrom"]}
+
+
+def record(name):
+    """A recording of dc1, in a folder that is not there yet."""
+    folder = scratch(name)
+    done = run_program([DIRWATCH, "record", "--controller", url(FIRST), "--output", folder])
+    assert done.returncode == 0, done.stderr
+    return folder
+
+
+def lasting(rows):
+    """The rows without the moment at which they were made."""
+    return [{name: value for name, value in row.items() if name not in ("time", "timestamp")}
+            for row in rows]
 
 
 class Agent:

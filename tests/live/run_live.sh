@@ -3,7 +3,7 @@
 # namespace, takes the domains away. DIRECTORY_PROBE, QUESTION_PROBE and DIRWATCH name the programs
 # under test. Exit status 77: it cannot run here; the reason is printed. Without arguments all
 # comparison programs run; with some, the ones that they name (live_test, forest_test, sysvol_test,
-# clock_test, trust_test, each perhaps with a case: trust_test.TrustTest.test_10_...).
+# clock_test, recording_test, trust_test, each perhaps with a case: trust_test.TrustTest.test_10_...).
 set -u
 here=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")
 export LAB_PROGRAM=$here/../../lab/samba-lab.sh
@@ -21,4 +21,4 @@ fi
 in_a_domain live_test
 first=$?
 [ $first -ne 77 ] || exit 77
-in_a_domain forest_test sysvol_test clock_test trust_test && exit $first
+in_a_domain forest_test sysvol_test clock_test recording_test trust_test && exit $first

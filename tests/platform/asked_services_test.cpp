@@ -248,6 +248,26 @@ TEST_F(AskedServices, LocateTheAskedControllerItselfWithoutRecords) {
   EXPECT_EQ(locate("", "elsewhere.example", 0), "1355   from Hub");
 }
 
+TEST_F(AskedServices, KnowTheControllersOfTheirDomainAndThoseThatOnlyTheSitesHold) {
+  const std::string server = "CN=DC5,CN=Configuration,DC=corp,DC=example";
+  ASSERT_EQ(
+      directory_->add(
+          "", {server, {{"objectClass", {"server"}}, {"dNSHostName", {"dc5.child.corp.example"}}}}),
+      platform::kDirectoryOk);
+  ASSERT_EQ(
+      directory_->add("", {"CN=NTDS Settings," + server,
+                           {{"objectClass", {"nTDSDSA"}}, {"objectGUID", {std::string(16, '5')}}}}),
+      platform::kDirectoryOk);
+  const auto known = services_->controllers();
+  std::vector<std::string> told;
+  for (const auto& one : known) {
+    told.push_back(one.name + (one.answers ? " in " + one.site : " is down"));
+  }
+  EXPECT_EQ(told, (std::vector<std::string>{"dc1.corp.example in Hub", "dc2.corp.example in Branch",
+                                            "dc7.corp.example is down",
+                                            "dc5.child.corp.example is down"}));
+}
+
 TEST_F(AskedServices, BindThoseThatAnswer) {
   std::string name;
   EXPECT_EQ(services_->bind("dc2", "", name), 0u);
