@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "framework/rotated_files.h"
+
 namespace trc {
 
 RotatingFile::~RotatingFile() { close(); }
@@ -34,22 +36,7 @@ bool RotatingFile::reopen(std::string& error) {
 
 bool RotatingFile::rotate(std::string& error) {
   close();
-  const auto numbered = [this](std::uint32_t number) {
-    return settings_.path + "." + std::to_string(number);
-  };
-  std::error_code failed;
-  if (settings_.keep_files == 0) {
-    std::filesystem::remove(settings_.path, failed);
-  } else {
-    std::error_code ignored;  // there may be fewer files than are kept
-    std::filesystem::remove(numbered(settings_.keep_files), ignored);
-    for (std::uint32_t number = settings_.keep_files; number > 1; --number) {
-      std::filesystem::rename(numbered(number - 1), numbered(number), ignored);
-    }
-    std::filesystem::rename(settings_.path, numbered(1), failed);
-  }
-  if (failed) error = settings_.path + ": not rotated: " + failed.message();
-  return !failed;
+  return framework::move_aside(settings_.path, settings_.keep_files, error);
 }
 
 bool RotatingFile::write(std::string_view text, std::string& error) {

@@ -238,6 +238,11 @@ void read_sink(const toml::table& table, Configuration& configuration) {
                  }
                } else if (key == "path") {
                  configuration.sink_path = text_of(value, name);
+               } else if (key == "rotate") {
+                 configuration.sink_rotation.bytes = bytes_of(value, name);
+               } else if (key == "keep") {
+                 configuration.sink_rotation.keep_files =
+                     static_cast<std::uint32_t>(number_of(value, name, 1000));
                } else {
                  return false;
                }

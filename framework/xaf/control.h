@@ -29,6 +29,12 @@ struct TableSettings {
   std::uint32_t row_limit = 1000000;  // rows that one sample may hold; InsertRow fails beyond
 };
 
+// When a sink's file is moved aside.
+struct Rotation {
+  std::uint64_t bytes = 0;  // once it has grown to this; 0: never
+  std::uint32_t keep_files = 5;
+};
+
 struct Configuration {
   std::string node_name;  // empty: the computer's own name
   TableSettings defaults;
@@ -44,6 +50,7 @@ struct Configuration {
   bool trace_console = false;
   std::string sink = "table";  // table, json, csv, none
   std::string sink_path;       // empty: standard output
+  Rotation sink_rotation;
 };
 
 // Reads a TOML file. An unknown name or a value of the wrong kind is an error that names the file,
@@ -84,9 +91,10 @@ class XAF_API Sink {
 // called at the end of xafmain, after the last delivery.
 XAF_API void add_sink(std::shared_ptr<Sink> sink);
 XAF_API void clear_sinks();
-// format: table, json or csv; path empty for standard output. Null, with the reason, on failure.
+// format: table, json or csv; path empty for standard output, which is never rotated. Null, with
+// the reason, on failure.
 XAF_API std::shared_ptr<Sink> make_sink(const std::string& format, const std::string& path,
-                                        std::string& error);
+                                        std::string& error, const Rotation& rotation = {});
 
 // From now on what the program prints to standard output goes to standard error, and only sinks
 // write to what standard output was. False when the system refuses. A second call changes nothing.

@@ -70,7 +70,7 @@ class CsvSink : public Sink {
   explicit CsvSink(std::shared_ptr<Output> output) : output_(std::move(output)) {}
 
   void deliver(const Delivery& delivery) override {
-    const bool other_table = delivery.table != table_;
+    const bool other_table = delivery.table != table_ || output_->at_start();
     table_ = delivery.table;
     write_delivery(*output_, delivery, other_table);
   }
@@ -82,26 +82,26 @@ class CsvSink : public Sink {
 
 class CsvFolderSink : public Sink {
  public:
-  explicit CsvFolderSink(const std::string& folder) : folder_(folder) {
+  CsvFolderSink(const std::string& folder, const Rotation& rotation)
+      : folder_(folder), rotation_(rotation) {
     if (folder_.back() != '/' && folder_.back() != '\\') folder_ += '/';
   }
 
   void deliver(const Delivery& delivery) override {
     std::shared_ptr<Output>& output = outputs_[delivery.table];
-    bool with_header = false;
     if (output == nullptr) {
       std::string error;
-      output = Output::file(folder_ + delivery.table + ".csv", error);
+      output = Output::file(folder_ + delivery.table + ".csv", rotation_, error);
       if (output == nullptr) throw std::runtime_error(error);
-      with_header = output->empty();
     }
-    write_delivery(*output, delivery, with_header);
+    write_delivery(*output, delivery, output->at_start());
   }
 
   void close() override { outputs_.clear(); }
 
  private:
   std::string folder_;
+  const Rotation rotation_;
   std::map<std::string, std::shared_ptr<Output>> outputs_;
 };
 
@@ -111,8 +111,8 @@ std::shared_ptr<Sink> make_csv_sink(std::shared_ptr<Output> output) {
   return std::make_shared<CsvSink>(std::move(output));
 }
 
-std::shared_ptr<Sink> make_csv_folder_sink(const std::string& folder) {
-  return std::make_shared<CsvFolderSink>(folder);
+std::shared_ptr<Sink> make_csv_folder_sink(const std::string& folder, const Rotation& rotation) {
+  return std::make_shared<CsvFolderSink>(folder, rotation);
 }
 
 }  // namespace xaf

@@ -6,7 +6,7 @@
 namespace xaf {
 
 std::shared_ptr<Sink> make_sink(const std::string& format, const std::string& path,
-                                std::string& error) {
+                                std::string& error, const Rotation& rotation) {
   if (format != "table" && format != "json" && format != "csv") {
     error = format + ": no such format; there are table, json and csv";
     return nullptr;
@@ -17,11 +17,12 @@ std::shared_ptr<Sink> make_sink(const std::string& format, const std::string& pa
   if (folder && format == "csv") {
     std::error_code failed;
     std::filesystem::create_directories(path, failed);
-    if (std::filesystem::is_directory(path, ignored)) return make_csv_folder_sink(path);
+    if (std::filesystem::is_directory(path, ignored)) return make_csv_folder_sink(path, rotation);
     error = path + ": " + (failed ? failed.message() : "not a folder");
     return nullptr;
   }
-  std::shared_ptr<Output> output = path.empty() ? Output::standard() : Output::file(path, error);
+  std::shared_ptr<Output> output =
+      path.empty() ? Output::standard() : Output::file(path, rotation, error);
   if (output == nullptr) return nullptr;
   if (format == "table") return make_table_sink(std::move(output));
   if (format == "json") return make_json_sink(std::move(output));

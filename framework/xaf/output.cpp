@@ -2,8 +2,11 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
+#include "framework/rotated_files.h"
 #include "framework/xaf/control.h"
 #include "platform/streams.h"
 
@@ -48,24 +51,44 @@ std::shared_ptr<Output> Output::standard() {
   return wanted;
 }
 
-std::shared_ptr<Output> Output::file(const std::string& path, std::string& error) {
-  std::FILE* const stream = std::fopen(path.c_str(), "ab");
-  if (stream == nullptr) {
-    error = path + ": " + std::strerror(errno);
-    return nullptr;
-  }
-  auto output = std::make_shared<Output>(stream, true);
+std::shared_ptr<Output> Output::file(const std::string& path, const Rotation& rotation,
+                                     std::string& error) {
+  auto output = std::make_shared<Output>(nullptr, true);
   output->name_ = path;
-  std::fseek(stream, 0, SEEK_END);
-  output->empty_ = std::ftell(stream) <= 0;
-  return output;
+  output->rotation_ = rotation;
+  return output->open(error) ? output : nullptr;
 }
 
 Output::~Output() {
-  if (owned_) std::fclose(stream_);
+  if (owned_ && stream_ != nullptr) std::fclose(stream_);
+}
+
+bool Output::open(std::string& error) {
+  stream_ = std::fopen(name_.c_str(), "ab");
+  if (stream_ == nullptr) {
+    error = name_ + ": " + std::strerror(errno);
+    return false;
+  }
+  std::error_code failed;
+  const std::uintmax_t size = std::filesystem::file_size(name_, failed);
+  size_ = failed ? 0 : size;
+  return true;
+}
+
+void Output::move_aside() {
+  std::fclose(stream_);
+  stream_ = nullptr;
+  std::string error;
+  const bool moved = framework::move_aside(name_, rotation_.keep_files, error);
+  std::string reason;
+  if (!open(reason)) throw std::runtime_error(reason);
+  if (!moved) throw std::runtime_error(error);
 }
 
 void Output::Block::write(std::string_view bytes) {
+  std::string error;
+  if (output_.stream_ == nullptr && !output_.open(error)) throw std::runtime_error(error);
+  output_.size_ += bytes.size();
   if (std::fwrite(bytes.data(), 1, bytes.size(), output_.stream_) != bytes.size()) {
     throw std::runtime_error(output_.name_ + ": " + std::strerror(errno));
   }
@@ -75,6 +98,8 @@ void Output::Block::flush() {
   if (std::fflush(output_.stream_) != 0) {
     throw std::runtime_error(output_.name_ + ": " + std::strerror(errno));
   }
+  const std::uint64_t most = output_.rotation_.bytes;
+  if (most > 0 && output_.size_ >= most) output_.move_aside();
 }
 
 }  // namespace xaf

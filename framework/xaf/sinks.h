@@ -19,7 +19,7 @@ std::shared_ptr<Sink> make_json_sink(std::shared_ptr<Output> output);
 // RFC 4180: columns "table" and "time", then the table's own, with a header line wherever the table
 // changes. With a folder, one file a table ("DCWNTDSAB.csv"), each with one header.
 std::shared_ptr<Sink> make_csv_sink(std::shared_ptr<Output> output);
-std::shared_ptr<Sink> make_csv_folder_sink(const std::string& folder);
+std::shared_ptr<Sink> make_csv_folder_sink(const std::string& folder, const Rotation& rotation);
 
 // Text is handed on in pieces of about this size, so that a large delivery is never whole in
 // memory.

@@ -109,7 +109,8 @@ bool apply_trace_settings(const Configuration& configuration, std::string& error
 
 bool apply_sink(const Configuration& configuration, bool& made, std::string& error) {
   if (have_sinks() || configuration.sink == "none") return true;
-  std::shared_ptr<Sink> sink = make_sink(configuration.sink, configuration.sink_path, error);
+  std::shared_ptr<Sink> sink =
+      make_sink(configuration.sink, configuration.sink_path, error, configuration.sink_rotation);
   if (sink == nullptr) return false;
   add_sink(std::move(sink));
   made = true;

@@ -75,6 +75,8 @@ MwMain = 64
 [sink]
 format = "json"
 path = "rows.json"
+rotate = "2GiB"
+keep = 3
 )")) << error_;
   EXPECT_EQ(read_.node_name, "PRIMARY:DC01");
   EXPECT_EQ(read_.defaults.interval_ms, 90000u);
@@ -107,6 +109,8 @@ path = "rows.json"
   EXPECT_EQ(read_.trace_units["adpdh.cpp"], 129u);
   EXPECT_EQ(read_.sink, "json");
   EXPECT_EQ(read_.sink_path, "rows.json");
+  EXPECT_EQ(read_.sink_rotation.bytes, std::uint64_t{2} << 30);
+  EXPECT_EQ(read_.sink_rotation.keep_files, 3u);
 }
 
 TEST_F(Configuration, EveryOperatorHasAName) {
@@ -230,6 +234,8 @@ TEST_F(Configuration, TheFileInTheDocumentsIsTakenAsItStands) {
   EXPECT_EQ(shipped.trace_rotate_bytes, standard.trace_rotate_bytes);
   EXPECT_EQ(shipped.trace_keep_files, standard.trace_keep_files);
   EXPECT_EQ(shipped.sink, standard.sink);
+  EXPECT_EQ(shipped.sink_rotation.bytes, standard.sink_rotation.bytes);
+  EXPECT_EQ(shipped.sink_rotation.keep_files, standard.sink_rotation.keep_files);
   EXPECT_TRUE(shipped.tables.empty());
 }
 

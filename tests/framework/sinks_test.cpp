@@ -41,9 +41,10 @@ class Sinks : public testing::Test {
   }
 
   std::shared_ptr<xaf::Sink> open(const std::string& format) { return open(format, path_); }
-  static std::shared_ptr<xaf::Sink> open(const std::string& format, const std::string& path) {
+  static std::shared_ptr<xaf::Sink> open(const std::string& format, const std::string& path,
+                                         const xaf::Rotation& rotation = {}) {
     std::string error;
-    std::shared_ptr<xaf::Sink> sink = xaf::make_sink(format, path, error);
+    std::shared_ptr<xaf::Sink> sink = xaf::make_sink(format, path, error, rotation);
     EXPECT_NE(sink, nullptr) << error;
     return sink;
   }
@@ -243,6 +244,50 @@ TEST_F(Sinks, TheAgentsOwnPrintsStayApartFromTheRows) {
   EXPECT_EQ(read(folder_ + "/output"),
             "{\"table\":\"PROBE\",\"time\":\"2011-01-02T03:04:05.678Z\",\"name\":\"a\",\"count\":1,"
             "\"title\":\"\"}\n");
+}
+
+TEST_F(Sinks, AFileThatHasGrownEnoughIsMovedAsideAfterTheDelivery) {
+  const auto sink = open("json", path_, {150, 2});
+  std::vector<std::string> written;
+  for (int number = 1; number <= 4; ++number) {
+    // Two rows of about 80 bytes each: over the limit, yet never torn apart.
+    deliver(*sink, probe::row("DC01", number, "a") + probe::row("DC02", number, "b"));
+    EXPECT_EQ(read(path_), "");
+    written.push_back(read(path_ + ".1"));
+    EXPECT_THAT(written.back(), HasSubstr("\"DC02\",\"count\":" + std::to_string(number)));
+  }
+  EXPECT_EQ(read(path_ + ".2"), written[2]);
+  EXPECT_FALSE(std::filesystem::exists(path_ + ".3"));
+}
+
+TEST_F(Sinks, AFileBelowItsLimitStaysAndCountsWhatItHeldBefore) {
+  deliver(*open("json", path_, {150, 2}), probe::row("DC01", 1, "a"));
+  EXPECT_FALSE(std::filesystem::exists(path_ + ".1"));
+  deliver(*open("json", path_, {150, 2}), probe::row("DC01", 2, "a"));
+  EXPECT_THAT(read(path_ + ".1"), HasSubstr("\"count\":2"));
+}
+
+TEST_F(Sinks, EachCsvFileAfterARotationHasItsHeader) {
+  const auto sink = open("csv", path_, {1, 5});
+  deliver(*sink, probe::row("DC01", 1, "a"));
+  deliver(*sink, probe::row("DC01", 2, "a"));
+  EXPECT_THAT(read(path_ + ".2"), testing::StartsWith("table,time,name"));
+  EXPECT_THAT(read(path_ + ".1"), testing::StartsWith("table,time,name"));
+  const auto folder = open("csv", folder_ + "/all/", {1, 5});
+  deliver(*folder, probe::row("DC01", 1, "a"));
+  deliver(*folder, probe::row("DC01", 2, "a"));
+  EXPECT_THAT(read(folder_ + "/all/PROBE.csv.2"), testing::StartsWith("table,time,name"));
+  EXPECT_THAT(read(folder_ + "/all/PROBE.csv.1"), testing::StartsWith("table,time,name"));
+}
+
+TEST_F(Sinks, AFileThatCannotBeMovedAsideIsToldAndWrittenOn) {
+  // A folder with something in it stands where the file should go.
+  std::filesystem::create_directories(path_ + ".1/taken");
+  const auto sink = open("json", path_, {1, 1});
+  EXPECT_THROW(deliver(*sink, probe::row("DC01", 1, "a")), std::runtime_error);
+  EXPECT_THROW(deliver(*sink, probe::row("DC01", 2, "a")), std::runtime_error);
+  EXPECT_THAT(read(path_), HasSubstr("\"count\":1"));
+  EXPECT_THAT(read(path_), HasSubstr("\"count\":2"));
 }
 
 }  // namespace
