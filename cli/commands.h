@@ -44,4 +44,11 @@ struct RecordOptions {
 };
 int record_command(const RecordOptions& options);
 
+struct ServiceOptions {
+  std::string action;  // install, uninstall, start, stop or status
+  bool purge = false;  // of uninstall: the settings and what the agent wrote, too
+};
+// The agent as a service of this machine; see cli/service_host.h.
+int service_command(const ServiceOptions& options);
+
 }  // namespace cli

@@ -6,6 +6,21 @@
 
 namespace {
 
+void add_service_actions(CLI::App* command, cli::ServiceOptions& service) {
+  const auto add = [&](const char* name, const char* sentence) {
+    return command->add_subcommand(name, sentence)->callback([&service, name] {
+      service.action = name;
+    });
+  };
+  command->require_subcommand(1);
+  add("install", "Register the service and make the settings that are missing");
+  add("uninstall", "Stop the service and take it out; its settings stay")
+      ->add_flag("--purge", service.purge, "the settings and what the agent wrote go, too");
+  add("start", "Start it, and wait until it runs");
+  add("stop", "Stop it, and wait until it has stopped");
+  add("status", "Tell how it stands; the exit status is 0 when it runs");
+}
+
 CLI::Option* add_controller(CLI::App* command, std::string& target) {
   return command->add_option(
       "-c,--controller", target,
@@ -63,6 +78,11 @@ int main(int argc, char** argv) {
   add_controller(record_command, record.controller)->required();
   record_command->add_option("-o,--output", record.output, "the folder to make")->required();
 
+  cli::ServiceOptions service;
+  CLI::App* service_command =
+      app.add_subcommand("service", "The agent as a service of this machine");
+  add_service_actions(service_command, service);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -72,5 +92,6 @@ int main(int argc, char** argv) {
   if (*counters_command) return cli::counters_command(counters);
   if (*sample_command) return cli::sample_command(sample);
   if (*run_command) return cli::run_command(run);
+  if (*service_command) return cli::service_command(service);
   return cli::record_command(record);
 }
