@@ -65,7 +65,7 @@ prepare() {
   fi
   [ ! -d "$base" ] || return 0
   echo "packages: adding what the package depends on, about a minute"
-  rm -rf "$base.part"
+  rm -rf "$cache"/bookworm-*
   cp -a "$cache/bookworm" "$base.part"
   system=$base.part
   cp /etc/resolv.conf "$system/etc/resolv.conf"
