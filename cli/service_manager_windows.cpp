@@ -109,6 +109,12 @@ bool wait_for_state(SC_HANDLE service, DWORD state, SERVICE_STATUS& status) {
   return refuse("the service does not come on", ERROR_SERVICE_REQUEST_TIMEOUT);
 }
 
+bool may_register_services() {
+  const ServiceHandle manager(
+      OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT | SC_MANAGER_CREATE_SERVICE));
+  return manager || refuse("the service manager does not let us in", GetLastError());
+}
+
 bool register_service(const std::string& program) {
   const ServiceHandle manager(
       OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT | SC_MANAGER_CREATE_SERVICE));

@@ -33,6 +33,9 @@ bool refuse(const char* what, DWORD error);
 // it reports starts the minute anew. Status holds what it said last.
 bool wait_for_state(SC_HANDLE service, DWORD state, SERVICE_STATUS& status);
 
+// Whether the service manager lets this program make services; when not, it has been told.
+bool may_register_services();
+
 // Creates the service, or brings the one that is there up to date: its program, and what happens
 // when it fails. Its account and its start type stay as they are then.
 bool register_service(const std::string& program);

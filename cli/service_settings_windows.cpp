@@ -186,8 +186,9 @@ bool install_service() {
                  program.string().c_str());
     return false;
   }
-  if (!register_service(program.string()) || !write_missing_values(folder) ||
-      !make_folders(folder) || !write_missing_configuration(folder)) {
+  // The service comes last: where the rest fails, none is left that could not run.
+  if (!may_register_services() || !make_folders(folder) || !write_missing_configuration(folder) ||
+      !write_missing_values(folder) || !register_service(program.string())) {
     return false;
   }
   std::printf("next: dirwatch service start\n");

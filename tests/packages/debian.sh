@@ -65,7 +65,7 @@ prepare() {
   fi
   [ ! -d "$base" ] || return 0
   echo "packages: adding what the package depends on, about a minute"
-  rm -rf "$base.part"
+  rm -rf "$cache"/bookworm-*
   cp -a "$cache/bookworm" "$base.part"
   system=$base.part
   cp /etc/resolv.conf "$system/etc/resolv.conf"
@@ -114,10 +114,10 @@ check 'the configuration of the service is taken' inside sh -c \
 for action in install start stop status uninstall; do
   check "service $action without systemd says so" refuses 'systemd does not run this machine' inside dirwatch service $action
 done
-if grep -q sd_notify "$system/usr/lib/dirwatcher/DirWatcher"; then
+if [ -d "$root/platform/service_control" ]; then
   check 'the agent tells systemd how it stands' python3 "$here/notify.py" "$system"
 else
-  echo 'packages: this agent does not speak to systemd: that was left out'
+  echo 'packages: these sources do not speak to systemd: that was left out'
 fi
 
 echo '# mine' >>"$system/etc/dirwatcher/dirwatch.toml"

@@ -111,6 +111,33 @@ remove_upper_levels() {
   wine_run reg delete 'HKLM\SOFTWARE\Marlow\DCW\Ver610\Environment' /f
 }
 
+# What is shipped is that and no test equipment, and needs nothing but Windows and itself.
+contents() {
+  local file libraries
+  libraries='activeds|advapi32|dnsapi|kernel32|msvcrt|netapi32|ntdsapi|ole32|oleaut32|pdh|user32|ws2_32|xaf|trc|lng2'
+  (cd "$packages/DirWatcher" && ls ./*.exe ./*.dll | LC_ALL=C sort | tr '\n' ' ') >"$work/said"
+  check 'contents: the programs and libraries, no more' \
+    says './DWATrust.dll ./DirWatcher.exe ./LNG2.dll ./TRC.dll ./dirwatch.exe ./xaf.dll '
+  for file in "$packages"/DirWatcher/*.{exe,dll}; do
+    x86_64-w64-mingw32-objdump -p "$file" | grep 'DLL Name:' >"$work/said" || true
+    check "contents: the imports of ${file##*/} can be read" says 'KERNEL32.dll'
+    check "contents: ${file##*/} needs Windows and itself only" not grep -qviE ": ($libraries)\.dll" "$work/said"
+  done
+}
+
+# A program of the installation that fails: here a file stands where a folder is to be made.
+failing_installer() {
+  folder="$WINEPREFIX/drive_c/Program Files/DirWatcher"
+  mkdir -p "$folder"
+  echo mine >"$folder/WATCHD6_x64"
+  check 'failing: the installer fails' not wine_run msiexec /i "$packages/DirWatcher-$version-windows-x64.msi" /qn STARTSERVICE=0
+  check 'failing: no service is left' not wine_run sc query DirWatcher
+  check 'failing: no settings are left' keys_are_gone
+  check 'failing: what stood in the way is as it was' grep -q mine "$folder/WATCHD6_x64"
+  check 'failing: no programs are left' [ ! -e "$folder/DirWatcher.exe" ]
+  rm -rf "$folder"
+}
+
 installer() {
   folder="$WINEPREFIX/drive_c/Program Files/DirWatcher"
   local one=$packages/DirWatcher-$version-windows-x64.msi two=$packages/DirWatcher-$next-windows-x64.msi
@@ -145,6 +172,9 @@ installer() {
   check 'upgrade: the file of settings is the same' cmp "$work/kept.toml" "$folder/dirwatch.toml"
   check 'upgrade: a changed value is the same' has_value "$branch" DWA_PING_COUNT 3
   check 'upgrade: one version is known to the system' one_version
+
+  check 'upgrade: an older version is refused' not wine_run msiexec /i "$one" /qn
+  check 'upgrade: the service still runs' service_is RUNNING
 
   rm "$folder/pdh.dll"
   check 'uninstall: it uninstalls while the service runs' wine_run msiexec /x "$two" /qn
@@ -202,6 +232,8 @@ wineboot -i >"$work/wineboot.log" 2>&1 || { cat "$work/wineboot.log"; exit 1; }
 wineserver -k 2>/dev/null || true
 wineserver -w 2>/dev/null || true
 wineserver -p >/dev/null 2>&1
+contents
+failing_installer
 installer
 archive
 echo "packages: Windows: $checks checks, $failures failures"
