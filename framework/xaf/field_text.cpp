@@ -92,9 +92,10 @@ std::string utf8_of_process_text(std::string_view text) {
   const int units = MultiByteToWideChar(CP_ACP, 0, text.data(), length, wide.data(), length);
   // A unit of 16 bits takes three bytes at most, one of 32 bits four.
   std::string utf8(static_cast<std::size_t>(std::max(units, 0)) * 4, '\0');
-  const int size = units <= 0 ? 0
-                              : WideCharToMultiByte(CP_UTF8, 0, wide.data(), units, utf8.data(),
-                                                    static_cast<int>(utf8.size()), nullptr, nullptr);
+  const int size = units <= 0
+                       ? 0
+                       : WideCharToMultiByte(CP_UTF8, 0, wide.data(), units, utf8.data(),
+                                             static_cast<int>(utf8.size()), nullptr, nullptr);
   utf8.resize(static_cast<std::size_t>(std::max(size, 0)));
   return utf8;
 }

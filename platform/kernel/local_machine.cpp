@@ -44,8 +44,8 @@ std::string full_name(Controller& controller, std::string_view host) {
   const MachineFacts& facts = controller.machine();
   const std::string own = own_full_name(facts);
   // As Windows has it, an empty name is the machine's own.
-  const bool is_own = host.empty() || equal_without_case(host, facts.host_name) ||
-                      equal_without_case(host, own);
+  const bool is_own =
+      host.empty() || equal_without_case(host, facts.host_name) || equal_without_case(host, own);
   return is_own ? own : name_in_dns(controller, host);
 }
 

@@ -1,14 +1,16 @@
 #!/usr/bin/env python3
 """Holds the rows of the Windows program against the Linux one's, table by table and byte by byte.
 
-compare_rows.py TABLES LINUX WINDOWS [--without TABLE=REASON ...] [--only TABLE ...] [--last]
+compare_rows.py TABLES LINUX WINDOWS [--without TABLE=REASON ...] [--only TABLE ...] [--first]
+                [--names FILE]
 
 TABLES is the output of `dirwatch tables --format json`, LINUX and WINDOWS those of `dirwatch sample
 --format json` or of a JSON sink. Rows are compared in their order within a table. What must differ is
 made equal first: the time of the delivery, and the columns that TABLES describes as a local time at
 which the agent did something itself. Each table must have rows on both sides; one that cannot is named
-with --without and its reason, and must have none. --only: the tables that were asked for. --last: of
-each table only what was delivered last, for programs that sampled a different number of times.
+with --without and its reason, and must have none. --only: the tables that were asked for. --first: of
+each table only what was delivered first, for programs that sampled a different number of times or were
+ended in the middle of a line. --names: a file that gets the names of the tables with rows appended.
 """
 import argparse
 import json
@@ -25,7 +27,8 @@ def arguments():
         parser.add_argument(name)
     parser.add_argument("--without", action="append", default=[], metavar="TABLE=REASON")
     parser.add_argument("--only", action="append", default=[], metavar="TABLE")
-    parser.add_argument("--last", action="store_true")
+    parser.add_argument("--first", action="store_true")
+    parser.add_argument("--names")
     return parser.parse_args()
 
 
@@ -35,12 +38,14 @@ def own_times(table):
             if column["description"].startswith(OWN_TIME)]
 
 
-def rows_by_table(path, tables, only_last):
+def rows_by_table(path, tables, only_first):
     patterns = {name: [re.compile(rb'"%s":"\d{16}"' % column.encode()) for column in own_times(table)]
                 for name, table in tables.items()}
     rows, deliveries = {name: [] for name in tables}, {}
     with open(path, "rb") as file:
         lines = file.read().replace(b"\r\n", b"\n").split(b"\n")
+    if only_first:
+        lines.pop()  # empty, or cut off
     for line in filter(None, lines):
         head = DELIVERY.match(line)
         if not head or head.group(1).decode() not in tables:
@@ -51,10 +56,8 @@ def rows_by_table(path, tables, only_last):
             row, count = pattern.subn(b'"time of its own":""', row)
             if count != 1:
                 sys.exit(f"{path}: {name}: a time column is not 16 digits: {line!r}")
-        if only_last and deliveries.get(name) != head.group(2):
-            rows[name] = []
-        deliveries[name] = head.group(2)
-        rows[name].append(row)
+        if not only_first or deliveries.setdefault(name, head.group(2)) == head.group(2):
+            rows[name].append(row)
     return rows
 
 
@@ -70,8 +73,8 @@ def main():
     wanted = arguments()
     with open(wanted.tables, "rb") as file:
         tables = {table["name"]: table for table in json.load(file)}
-    linux = rows_by_table(wanted.linux, tables, wanted.last)
-    windows = rows_by_table(wanted.windows, tables, wanted.last)
+    linux = rows_by_table(wanted.linux, tables, wanted.first)
+    windows = rows_by_table(wanted.windows, tables, wanted.first)
     explained = dict(one.split("=", 1) for one in wanted.without)
     wrong = []
     for name in tables:
@@ -87,6 +90,9 @@ def main():
     for text in wrong:
         print("windows:", text)
     with_rows = [name for name in tables if linux[name] and windows[name]]
+    if wanted.names:
+        with open(wanted.names, "a", encoding="ascii") as file:
+            file.write("".join(name + "\n" for name in with_rows))
     print(f"windows: {sum(len(linux[name]) for name in with_rows)} rows of {len(with_rows)} tables, "
           f"{len(wrong)} differences from Linux" +
           "".join(f"; none of {name}: {reason}" for name, reason in explained.items()))

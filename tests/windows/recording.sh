@@ -12,7 +12,7 @@ shares=$WINEPREFIX/dosdevices/unc
 failures=0
 
 mkdir -p "$stage"
-cp "$1"/*.dll "$1"/dirwatch.exe "$stage"
+cp "$1"/*.dll "$1"/DirWatcher.exe "$1"/dirwatch.exe "$stage"
 cp "$equipment/pdh.dll" "$stage"
 cd "$stage"
 # A zone that knows the time zones' rules, west of Greenwich and with a summer time.
@@ -37,7 +37,7 @@ compare() { # what arguments...
   local what=$1
   shift
   python3 "$root/tests/windows/compare_rows.py" "$work/tables.json" "$work/linux.json" \
-    "$work/windows.json" "$@" >"$work/compared" || {
+    "$work/windows.json" --names "$work/names" "$@" >"$work/compared" || {
     failures=$((failures + 1))
     tail -n 3 "$work/linux.err" "$work/windows.err"
   }
@@ -78,4 +78,79 @@ sample "a German machine" "$root/recordings/german" "DCWNTDSAB DCWNTDSDAI DCWNTD
 sample "a forest of ten controllers" "$root/tests/recordings/large_forest" "DCWNTDSCNT DCWNTDSDAD
   DCWNTDSDCA DCWNTDSFRT DCWNTDSGPO DCWNTDSLFO DCWNTDSRDS"
 
+# The whole agent, which collects in the background, tests the sysvol shares among other things, and
+# delivers what was collected. Its settings come from the registry: the recording's on Linux, Wine's
+# own here. Both run at the same time and are ended when all has been seen; what counts is the first
+# delivery of each table, so neither the number of samples nor anybody's speed matters.
+background="DCWSYSRPL DCWNTDSDCA DCWNTDSDRC DCWNTDSDRF DCWNTDSDSV DCWNTDSRLT DCWNTDSRPL DCWNTDSTRS
+  DCWNTDSTTP"
+
+write_settings() { # recording
+  {
+    printf '[framework]\ninterval = "2s"\ntables = ['
+    # shellcheck disable=SC2086
+    printf '"%s", ' $background
+    printf ']\n[sink]\nformat = "json"\n'
+  } >"$work/run.toml"
+  # A level nearer to the root goes before a deeper one; one value is an expandable text, "1".
+  cat >"$work/settings" <<'EOT'
+
+[HKEY_LOCAL_MACHINE\SOFTWARE\Marlow\DCW\Ver610\Primary\Environment]
+"DWA_PING_COUNT"="1"
+"DWA_CACHE_INTERVAL"="0"
+"DWA_SYSVOL_REPLICATION_TEST_INTERVAL"="10"
+"FILE_CREATION_AND_REPLICATION_START_GAP"=hex(2):31,00,00,00
+
+[HKEY_LOCAL_MACHINE\SOFTWARE\Marlow\DCW\Environment]
+"DWA_CACHE_INTERVAL"="60"
+EOT
+  cat "$work/settings" >>"$1/registry.reg"
+  { echo "Windows Registry Editor Version 5.00"; cat "$work/settings"; } >"$work/settings.reg"
+  timeout 60 wine regedit /S "$(winepath -w "$work/settings.reg")" >"$work/regedit.log" 2>&1 </dev/null
+}
+
+# Both have delivered every table, and the sysvol test has removed what it wrote.
+all_seen() { # recording
+  local table file
+  for file in "$work/linux.json" "$work/windows.json"; do
+    for table in $background; do
+      grep -q "^{\"table\":\"$table\"" "$file" || return 1
+    done
+  done
+  diff -r "$1/shares" "$shares" -x '*.corp.example' >"$work/left"
+}
+
+run_both() {
+  local recording=$work/configured table on_linux on_windows seen=0 only=()
+  for table in $background; do only+=(--only "$table"); done
+  cp -r "$root/recordings/default" "$recording"
+  write_settings "$recording"
+  lay_out_shares "$recording"
+  "$DIRWATCH" run --controller "$recording" --config "$work/run.toml" >"$work/linux.json" \
+    2>"$work/linux.err" &
+  on_linux=$!
+  EQUIPMENT_SYSTEM_REGISTRY=1 DIRWATCH_CONTROLLER=$(winepath -w "$recording") \
+    wine dirwatch.exe run --config "$(winepath -w "$work/run.toml")" >"$work/windows.json" \
+    2>"$work/windows.err" </dev/null &
+  on_windows=$!
+  for _ in $(seq 300); do
+    all_seen "$recording" && seen=1 && break
+    sleep 0.3
+  done
+  [ $seen -eq 1 ] || { echo "windows: the whole agent: not all came"; cat "$work/left"; }
+  timeout 60 wine reg delete 'HKLM\SOFTWARE\Marlow' /f >"$work/regedit.log" 2>&1 </dev/null || true
+  kill -TERM $on_linux 2>/dev/null || true
+  # Nothing under Wine passes on a signal as Ctrl-C.
+  wineserver -k || true
+  wait $on_linux $on_windows || true
+  wineserver -w || true
+  wineserver -p >/dev/null 2>&1
+  compare "the whole agent" --first "${only[@]}"
+}
+run_both
+
+tables=$(sort -u "$work/names" | wc -l)
+total=$(python3 -c 'import json, sys; print(len(json.load(open(sys.argv[1]))))' "$work/tables.json")
+echo "windows: recordings: $tables of $total tables had rows to compare"
+[ "$tables" -eq "$total" ] || failures=$((failures + 1))
 exit "$failures"

@@ -25,7 +25,7 @@ wrong() { echo "windows: FAILED: $*"; failures=$((failures + 1)); }
 
 # What is shipped needs nothing but Windows and itself.
 system_libraries='activeds|advapi32|dnsapi|kernel32|msvcrt|netapi32|ntdsapi|ole32|oleaut32|pdh|user32|ws2_32'
-for file in DirWatcher.exe dirwatch.exe xaf.dll TRC.dll LNG2.dll; do
+for file in DirWatcher.exe dirwatch.exe xaf.dll TRC.dll LNG2.dll DWATrust.dll; do
   x86_64-w64-mingw32-objdump -p "$build/stage/$file" >"$work/imports"
   grep -q 'DLL Name: KERNEL32.dll' "$work/imports" || wrong "$file: its imports cannot be read"
   if grep 'DLL Name:' "$work/imports" | grep -viE ": ($system_libraries|xaf|trc|lng2)\.dll"; then
@@ -90,7 +90,10 @@ fi
 "$root/tests/windows/services.sh" "$stage" "$work" "$build/equipment/service_fixture.exe" ||
   wrong "the rows of WinServices"
 
-# The console agent: its start and its stop leave the required lines in the trace, in this order.
+"$root/tests/windows/recording.sh" "$stage" "$work" "$build/equipment/recorded" ||
+  wrong "rows of a recording differ from those on Linux"
+
+# The console agent, on the recorded controller: its start and its stop leave the required lines in the trace, in this order.
 cat >"$work/agent.toml" <<EOT
 [framework]
 stop_after = "3s"
@@ -98,15 +101,12 @@ interval = "1s"
 [trace]
 path = "$(winepath -w "$work/agent.trc" | sed 's/\\/\\\\/g')"
 [sink]
-format = "none"
-# Two tables bind objects without naming a server. On a machine that is in no domain Wine's directory
-# interface then ends the process, where Windows says that there is no domain.
-[tables.DCWNTDSDCA]
-enabled = false
-[tables.DCWNTDSGPO]
-enabled = false
+format = "json"
+path = "$(winepath -w "$work/agent.json" | sed 's/\\/\\\\/g')"
 EOT
-DIRWATCH_CONFIG=$(winepath -w "$work/agent.toml") timeout 60 wine DirWatcher.exe TEST \
+cd "$stage/recorded"
+DIRWATCH_CONTROLLER=$(winepath -w "$root/recordings/default") \
+  DIRWATCH_CONFIG=$(winepath -w "$work/agent.toml") timeout 60 wine DirWatcher.exe TEST \
   >"$work/agent.out" 2>&1 &
 agent=$!
 for _ in $(seq 300); do
@@ -117,6 +117,10 @@ done
 # Its main thread has ended by now and the process lives on, as it must; nothing else would end it.
 wineserver -k || true
 wait $agent || true
+cd "$stage"
+for table in DCWNTDSDCA DCWNTDSGPO DCWNTDSAB DCWNTDSSVC; do
+  grep -q "^{\"table\":\"$table\"" "$work/agent.json" || wrong "DirWatcher.exe TEST: no row of $table"
+done
 python3 - "$work/agent.trc" <<'EOT' || wrong "the traces of DirWatcher.exe TEST"
 import pathlib
 import sys

@@ -1,11 +1,11 @@
 // What the controller parts need beneath them on Windows: which recording answers, its clock, and
 // the apartment of COM.
 
+#include <objbase.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-
-#include <objbase.h>
 
 #include "platform/adsi/apartment.h"
 #include "platform/control.h"
@@ -14,7 +14,8 @@
 namespace platform {
 namespace {
 
-// Stands still, so that every sample meets the recording's first moment however long its start took.
+// Stands still, so that every sample meets the recording's first moment however long its start
+// took.
 constexpr std::int64_t kMoment = 1293937445000;
 
 std::shared_ptr<Controller> open_recorded() {

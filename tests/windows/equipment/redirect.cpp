@@ -1,5 +1,8 @@
 #include "tests/windows/equipment/redirect.h"
 
+#include <cstdlib>
+#include <cstring>
+
 namespace equipment {
 namespace {
 
@@ -12,6 +15,11 @@ const IMAGE_IMPORT_DESCRIPTOR* first_import(const char* base) {
   return folder.Size == 0
              ? nullptr
              : reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + folder.VirtualAddress);
+}
+
+// The registry can be left to the system, to run over real keys.
+bool is_left_alone(const char* name) {
+  return std::strncmp(name, "Reg", 3) == 0 && std::getenv("EQUIPMENT_SYSTEM_REGISTRY") != nullptr;
 }
 
 void bind(IMAGE_THUNK_DATA& slot, FARPROC target) {
@@ -34,8 +42,10 @@ void redirect_imports(HMODULE library) {
     auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + import->FirstThunk);
     for (; name->u1.AddressOfData != 0; ++name, ++slot) {
       if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
-      const auto* named = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-      if (const FARPROC target = GetProcAddress(own, named->Name)) bind(*slot, target);
+      const auto* call =
+          reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
+      if (is_left_alone(call->Name)) continue;
+      if (const FARPROC target = GetProcAddress(own, call->Name)) bind(*slot, target);
     }
   }
 }
