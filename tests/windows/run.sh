@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # Runs the Windows build under Wine: the tests that need no controller, the command line program
 # against the Linux one (whose path is in DIRWATCH), rows of recordings against the Linux ones, the agent
-# as a console program, and a row from
-# a live Samba controller.
+# as a console program, and a row from a live Samba controller.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
 build=$root/build/windows
