@@ -12,10 +12,10 @@ list(APPEND controller_parts
   ${platform_folder}/kernel/fault_point.cpp ${platform_folder}/kernel/local_machine.cpp
   ${platform_folder}/kernel/machine.cpp ${platform_folder}/kernel/message_texts.cpp
   ${platform_folder}/shares/recorded_shares.cpp)
-# Windows has apartments and COM values of its own, and no live controllers.
+# Windows has events, apartments and COM values of its own, and no live controllers.
 list(REMOVE_ITEM controller_parts
   ${platform_folder}/adsi/apartment.cpp ${platform_folder}/adsi/com_values.cpp
   ${platform_folder}/directory_services/asked_services.cpp
   ${platform_folder}/directory_services/netlogon_answer.cpp
   ${platform_folder}/directory_services/reps_from.cpp
-  ${platform_folder}/recorded/open_controller.cpp)
+  ${platform_folder}/recorded/open_controller.cpp ${platform_folder}/registry/change_event.cpp)

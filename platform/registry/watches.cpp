@@ -15,8 +15,7 @@ bool is_below(std::string_view path, std::string_view top) {
 }  // namespace
 
 bool RegistryWatches::add(Watch watch, HANDLE event) {
-  kernel::Lock lock = kernel::lock_scheduler();
-  watch.event = kernel::find_object<kernel::Event>(event, kernel::Kind::kEvent, lock);
+  watch.event = change_event(event);
   if (watch.event == nullptr) return false;
   watches_.push_back(std::move(watch));
   return true;
@@ -29,11 +28,7 @@ void RegistryWatches::signal_if(Condition condition) {
   std::vector<Watch> gone;
   for (Watch& watch : watches_) (condition(watch) ? gone : left).push_back(std::move(watch));
   watches_ = std::move(left);
-  if (gone.empty()) return;
-  kernel::Lock lock = kernel::lock_scheduler();
-  kernel::current_thread(lock);
-  for (const Watch& watch : gone) watch.event->signalled = true;
-  kernel::let_go(lock);
+  for (const Watch& watch : gone) watch.event->signal();
 }
 
 void RegistryWatches::changed(std::string_view path, DWORD what) {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "include/platform/registry.h"
-#include "platform/kernel/scheduler.h"
+#include "platform/registry/change_event.h"
 
 namespace platform {
 
@@ -22,7 +22,7 @@ class RegistryWatches {
     std::string path;       // of the key, from the root's long name on
     bool sub_tree;          // also what happens beneath the key
     DWORD filter;           // REG_NOTIFY_CHANGE_*
-    std::shared_ptr<kernel::Event> event;
+    std::shared_ptr<ChangeEvent> event;
   };
 
   // False when that is not the handle of an event.

@@ -10,6 +10,7 @@
 
 #include "framework/xaf/control.h"
 #include "platform/streams.h"
+#include "platform/text.h"
 #include "tests/framework/probe_table.h"
 
 namespace {
@@ -79,8 +80,9 @@ TEST_F(Sinks, JsonIsOneObjectARow) {
 
 TEST_F(Sinks, JsonEscapesAndReplacesSoThatEveryLineIsValid) {
   deliver(*open("json"), probe::row("\"\\\n\t\x01\x7f", 1, std::string("a\0b \xFF", 5)) +
-                             probe::row("\xC3", 2, "\xED\xA0\x80\xF0\x9F\x98") +
-                             probe::row("\xC0\xAF\xF8", 3, "\xF4\x90\x80\x80\xE0\x80\x80"));
+                             probe::row("n", 2, "\xED\xA0\x80\xF0\x9F\x98") +
+                             probe::row("n", 3, "\xF4\x90\x80\x80\xE0\x80\x80") +
+                             probe::row("n", 4, "\xC0\xAF\xF8\xC3"));
   const std::string bad = "\xEF\xBF\xBD";
   std::istringstream lines(read(path_));
   std::string line;
@@ -89,11 +91,39 @@ TEST_F(Sinks, JsonEscapesAndReplacesSoThatEveryLineIsValid) {
   EXPECT_THAT(line, HasSubstr("\"title\":\"a\\u0000b " + bad + "\"}"));
   EXPECT_TRUE(nlohmann::json::accept(line));
   std::getline(lines, line);
-  EXPECT_THAT(line, HasSubstr("\"name\":\"" + bad + "\","));
   EXPECT_THAT(line, HasSubstr("\"title\":\"" + bad + bad + bad + bad + bad + bad + "\"}"));
   EXPECT_TRUE(nlohmann::json::accept(line));
   std::getline(lines, line);
   EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+  std::getline(lines, line);
+  EXPECT_THAT(line, HasSubstr("\"title\":\"" + bad + bad + bad + bad + "\"}"));
+  EXPECT_TRUE(nlohmann::json::accept(line));
+}
+
+// The process code page: UTF-8 here, another one on Windows.
+std::string process_text(std::wstring_view wide) {
+  std::string narrow(wide.size() * 4, '\0');
+  const int size =
+      WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), narrow.data(),
+                          static_cast<int>(narrow.size()), nullptr, nullptr);
+  narrow.resize(static_cast<std::size_t>(size));
+  return narrow;
+}
+
+TEST_F(Sinks, ASingleByteColumnLeavesItsCodePageForUtf8) {
+  const std::string rows = probe::row(process_text(L"Gr\u00FC\u00DFe"), 1, "Gr\xC3\xBC\xC3\x9F");
+  deliver(*open("json"), rows);
+  EXPECT_THAT(read(path_), HasSubstr("\"name\":\"Gr\xC3\xBC\xC3\x9F"
+                                     "e\",\"count\":1,"
+                                     "\"title\":\"Gr\xC3\xBC\xC3\x9F\"}"));
+  std::filesystem::remove(path_);
+  deliver(*open("csv"), rows);
+  EXPECT_THAT(read(path_), HasSubstr("Gr\xC3\xBC\xC3\x9F"
+                                     "e,1,Gr\xC3\xBC\xC3\x9F"));
+  std::filesystem::remove(path_);
+  deliver(*open("table"), rows);
+  EXPECT_THAT(read(path_), HasSubstr("Gr\xC3\xBC\xC3\x9F"
+                                     "e"));
 }
 
 TEST_F(Sinks, EveryByteInAFieldLeavesValidJson) {

@@ -149,8 +149,8 @@ run_both() {
 }
 run_both
 
-tables=$(sort -u "$work/names" | wc -l)
+compared=$(sort -u "$work/names" | wc -l)
 total=$(python3 -c 'import json, sys; print(len(json.load(open(sys.argv[1]))))' "$work/tables.json")
-echo "windows: recordings: $tables of $total tables had rows to compare"
-[ "$tables" -eq "$total" ] || failures=$((failures + 1))
+echo "windows: recordings: $compared of $total tables had rows to compare"
+[ "$compared" -eq "$total" ] || failures=$((failures + 1))
 exit "$failures"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the Windows build under Wine: the tests that need no controller, the command line program
-# against the Linux one (whose path is in DIRWATCH), the agent as a console program, and a row from
-# a live Samba controller.
+# against the Linux one (whose path is in DIRWATCH), rows of recordings against the Linux ones, the agent
+# as a console program, and a row from a live Samba controller.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/../.." && pwd)
 build=$root/build/windows
@@ -96,8 +96,8 @@ fi
 "$root/tests/windows/recording.sh" "$stage" "$work" "$build/equipment/recorded" ||
   wrong "rows of a recording differ from those on Linux"
 
-# The console agent, on the recorded controller: its start and its stop leave the required lines in
-# the trace, in this order.
+# The console agent, on the recorded controller: it gives rows, and its start and its stop leave the
+# required lines in the trace, in this order.
 cat >"$work/agent.toml" <<EOT
 [framework]
 stop_after = "3s"

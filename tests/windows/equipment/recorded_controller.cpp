@@ -1,5 +1,7 @@
-// What the controller parts need beneath them on Windows: which recording answers, its clock, and
-// the apartment of COM.
+// What the controller parts need beneath them on Windows: which recording answers, its clock, the
+// apartment of COM, and events.
+
+#include <objbase.h>
 
 #include <objbase.h>
 
@@ -10,6 +12,7 @@
 #include "platform/adsi/apartment.h"
 #include "platform/control.h"
 #include "platform/kernel/accounting.h"
+#include "platform/registry/change_event.h"
 
 namespace platform {
 namespace {
@@ -28,7 +31,27 @@ std::shared_ptr<Controller> open_recorded() {
   }
 }
 
+class SystemEvent : public ChangeEvent {
+ public:
+  explicit SystemEvent(HANDLE own) : own_(own) {}
+  ~SystemEvent() override { CloseHandle(own_); }
+  SystemEvent(const SystemEvent&) = delete;
+  SystemEvent& operator=(const SystemEvent&) = delete;
+  void signal() override { SetEvent(own_); }
+
+ private:
+  const HANDLE own_;
+};
+
 }  // namespace
+
+std::shared_ptr<ChangeEvent> change_event(HANDLE handle) {
+  HANDLE own = nullptr;
+  const HANDLE process = GetCurrentProcess();
+  if (!DuplicateHandle(process, handle, process, &own, 0, FALSE, DUPLICATE_SAME_ACCESS))
+    return nullptr;
+  return std::make_shared<SystemEvent>(own);
+}
 
 std::shared_ptr<Controller> controller() {
   // Never destroyed: threads may outlive main.
