@@ -42,7 +42,12 @@ not() { ! "$@"; }
 set_value() { wine_run reg add "$1\\Environment" /v "$2" /t REG_SZ /d "$3" /f; }
 has_value() { wine_run reg query "$1\\Environment" /v "$2" && grep -q "$2 *REG_SZ *$3\$" "$work/said"; }
 service() { wine_run "$folder/dirwatch.exe" service "$@"; }
-trace_holds() { grep -qF -- "$1" "$folder/logs/trace.log"; }
+trace_holds() { grep -qF -- "$1" "$folder/logs/trace.log" 2>/dev/null; }
+# The trace file is opened after the service has said that it runs.
+trace_gets() {
+  for _ in $(seq 300); do trace_holds "$1" && return 0; sleep 0.1; done
+  return 1
+}
 
 # Equipment that Wine needs and a controller does not: its own counter library ends the process when
 # it is asked for objects, and so does its directory interface for two tables outside a domain.
@@ -69,7 +74,7 @@ stopped_service_says_so() { # what it calls itself
   check "$1: the stop takes less than 10 s" [ $((SECONDS - begin)) -lt 10 ]
   check "$1: the service manager says that it stopped" service_is STOPPED
   # Its last words may come after its last status.
-  for _ in $(seq 50); do trace_holds 'Main: TERMINATION' && break; sleep 0.1; done
+  trace_gets 'Main: TERMINATION' || true
   local text at=0 found
   while IFS= read -r text; do
     found=$(tail -n "+$((at + 1))" "$folder/logs/trace.log" | grep -nF -m 1 -- "$text" | cut -d: -f1) || found=
@@ -99,9 +104,9 @@ levels_are_in_force() { # what it calls itself
   check "$1: a change waits for the next start" not trace_holds 'Main: DWA_PING_COUNT 3.'
   rm -f "$folder/logs/trace.log"
   check "$1: the service starts with the settings" service start
-  check "$1: a setting of the deepest level" trace_holds 'Main: DWA_PING_COUNT 3.'
-  check "$1: the middle level wins over the deepest" trace_holds 'Main: DWA_PING_SIZE is 42.'
-  check "$1: the highest level wins over both" trace_holds 'Main: DWA_PING_TIMEOUT is 53.'
+  check "$1: a setting of the deepest level" trace_gets 'Main: DWA_PING_COUNT 3.'
+  check "$1: the middle level wins over the deepest" trace_gets 'Main: DWA_PING_SIZE is 42.'
+  check "$1: the highest level wins over both" trace_gets 'Main: DWA_PING_TIMEOUT is 53.'
   check "$1: the service stops again" service stop
 }
 
