@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -96,6 +97,9 @@ std::mutex lock;
 std::vector<Plan>& plans = *new std::vector<Plan>;
 std::vector<std::pair<std::string, std::uint32_t>>& counts =
     *new std::vector<std::pair<std::string, std::uint32_t>>;
+// Where in counts a name stands.
+std::map<std::string, std::size_t, std::less<>>& places =
+    *new std::map<std::string, std::size_t, std::less<>>;
 bool counting = false;
 bool has_struck = false;
 std::uint64_t calls_until_action = 0;  // 0: none is set
@@ -109,13 +113,14 @@ std::int64_t usual_failure(std::string_view call) {
   return ERROR_GEN_FAILURE;
 }
 
+// Long runs count millions of calls: the names are not searched one by one.
 void count(const char* call) {
-  const auto known = std::find_if(counts.begin(), counts.end(),
-                                  [&](const auto& one) { return one.first == call; });
-  if (known == counts.end()) {
+  const auto known = places.find(std::string_view(call));
+  if (known == places.end()) {
+    places.emplace(call, counts.size());
     counts.emplace_back(call, 1);
   } else {
-    ++known->second;
+    ++counts[known->second].second;
   }
 }
 
@@ -176,6 +181,7 @@ std::vector<std::pair<std::string, std::uint32_t>> reached() {
 void reset_counts() {
   const std::lock_guard guard(lock);
   counts.clear();
+  places.clear();
   counting = true;
   detail::armed = true;
 }

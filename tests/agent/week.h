@@ -130,8 +130,8 @@ struct History {
                          const std::set<std::string>& aside) const {
     for (std::size_t i = 0; i < std::min(left.size(), right.size()); ++i) {
       for (const xaf::ColumnView& one : columns) {
-        const std::string before = left[i].substr(one.offset, one.width);
-        const std::string after = right[i].substr(one.offset, one.width);
+        const auto before = std::string_view(left[i]).substr(one.offset, one.width);
+        const auto after = std::string_view(right[i]).substr(one.offset, one.width);
         if (before == after || aside.contains(one.name)) continue;
         return "row " + std::to_string(i) + ", " + one.name + ": " +
                ::testing::PrintToString(before) + " and " + ::testing::PrintToString(after);

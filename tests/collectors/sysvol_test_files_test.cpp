@@ -7,6 +7,7 @@
 
 #include "agent/agent_thread.h"
 #include "tests/collectors/sysvol_machine.h"
+#include "tests/support/slow_controller.h"
 
 namespace {
 
@@ -64,6 +65,59 @@ TEST_F(Sysvol, StopWhileATestWaitsToForceLeavesNoFileBehind) {
   EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(g_sysvolThreadHandle, 60000));
   expect_no_file_of(kStamp);
   EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(holder.get(), INFINITE));
+}
+
+class SlowForcing : public Sysvol {
+ protected:
+  // Each forcing command takes that long.
+  explicit SlowForcing(std::uint32_t duration_ms) {
+    slowness_.command = "ntfrsutl";
+    slowness_.command_ms = duration_ms;
+    platform::install(
+        std::make_shared<testing_support::SlowController>(platform::controller(), slowness_));
+  }
+  testing_support::Slowness slowness_;
+};
+class ForcingOfThreeSeconds : public SlowForcing {
+ protected:
+  ForcingOfThreeSeconds() : SlowForcing(3000) {}
+};
+class ForcingOfHours : public SlowForcing {
+ protected:
+  ForcingOfHours() : SlowForcing(3 * 3600000) {}
+};
+
+// The command holds the files: the stop waits for its end, not for the next partner's.
+TEST_F(ForcingOfThreeSeconds, StopDuringTheCommandWaitsForItsEndAndLeavesNoFileBehind) {
+  start();
+  at(16000);
+  ASSERT_EQ(1u, moments_of("ntfrsutl Command: " + forcing_of("DC2")).size());
+  write(path_on("DC2", kStamp), kStamp);
+  StopService();
+  EXPECT_EQ(18000, time_->elapsed_ms());
+  EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(g_sysvolThreadHandle, 60000));
+  expect_no_file_of(kStamp);
+}
+
+TEST_F(ForcingOfThreeSeconds, IsWaitedForPartnerByPartnerBeforeTheVerification) {
+  start();
+  at(300000);
+  EXPECT_EQ((std::vector<std::int64_t>{15000}),
+            moments_of("ntfrsutl Command: " + forcing_of("DC2")));
+  EXPECT_EQ((std::vector<std::int64_t>{18000}),
+            moments_of("ntfrsutl Command: " + forcing_of("DC3")));
+  EXPECT_EQ((std::vector<std::int64_t>{141000}),
+            moments_of("RPL Transfer to global buffer complete"));
+}
+
+// Five seconds for the thread and five for the files; then the stop goes on without, and says so.
+TEST_F(ForcingOfHours, StopDuringTheCommandGivesUpAfterTenSecondsAndSaysSo) {
+  start();
+  at(16000);
+  StopService();
+  EXPECT_EQ(26000, time_->elapsed_ms());
+  EXPECT_EQ(2u, trace_.count("ClearData Timeout..No file has been created."));
+  EXPECT_TRUE(exists(path_on("DC1", kStamp)));
 }
 
 TEST_F(Sysvol, StopBeforeAnyTestHasNothingToDelete) {
