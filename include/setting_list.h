@@ -109,14 +109,16 @@ inline constexpr Setting kReplicationLatency{
     "",
     "DISABLED",
     0,
-    "Whether replication latency is collected; read at each collection."};
+    "Whether replication latency is collected; when it is off nothing is written for it into the "
+    "domain's LostAndFound container. Read at each collection."};
 inline constexpr Setting kHome{"MARLOW_HOME",
                                Rule::kText,
                                0,
                                "",
                                "",
                                0,
-                               "Folder of the installation; the object count is kept beneath it."};
+                               "Folder of the installation; the count of objects is kept in its "
+                               "WATCHD6_x64\\logs\\NumberOfObjects.txt."};
 inline constexpr Setting kTiming{"AGENT_TIMING",
                                  Rule::kWhenSet,
                                  0,
@@ -131,7 +133,8 @@ inline constexpr Setting kUnitTestSeed{
     "",
     "",
     0,
-    "Made-up values in place of counters, for tests; read at each collection."};
+    "Counter tables show this number, and the next, and so on, in place of counters; read at each "
+    "collection."};
 inline constexpr Setting kTraceFlags{
     "TRC_TRC1",
     Rule::kText,

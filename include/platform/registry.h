@@ -82,9 +82,9 @@ LONG RegDeleteValueA(HKEY key, const char* name);
 // 5 when the key has sub-keys.
 LONG RegDeleteKeyA(HKEY key, const char* sub_key);
 
-// Asynchronous: signals the event at the next change of that kind, when the key is removed, and when
-// the handle is closed. Else returns only then. 6 also for what is no event, 87 for a filter that
-// asks for nothing. Values (last set) and lists of sub-keys (name) are what changes here.
+// Asynchronous: signals the event at the next change of that kind, when the key is removed, and
+// when the handle is closed. Else returns only then. 6 also for what is no event, 87 for a filter
+// that asks for nothing. Values (last set) and lists of sub-keys (name) are what changes here.
 LONG RegNotifyChangeKeyValue(HKEY key, BOOL sub_tree, DWORD filter, HANDLE event,
                              BOOL asynchronous);
 
