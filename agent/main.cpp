@@ -21,6 +21,7 @@
 #include "include/trace.h"
 #include "include/unique_handle.h"
 #include "tables/ckutil.h"
+#include "tables/status_board.h"
 
 namespace {
 
@@ -133,12 +134,14 @@ void start_background_threads(const trace::Scope& trace, StartUp& start) {
       start.caches[i] = start_thread(trace, kCacheThreads[i].entry, kCacheThreads[i].failure);
     }
   }
-  if (agent::read_sysvol_intervals(trace)) {
+  const bool sysvol_is_tested = agent::read_sysvol_intervals(trace);
+  if (sysvol_is_tested) {
     g_sysvolThreadHandle =
         start_thread(trace, &CollectAndCacheSPRLData, "Main: CollectSysVolRplData() Thread failed ")
             .handle;
   }
   agent::read_forced_replication(trace);
+  status::announce_own_board(sysvol_is_tested);
 }
 
 void configure_and_launch(const trace::Scope& trace, StartUp& start) {
@@ -152,6 +155,7 @@ void configure_and_launch(const trace::Scope& trace, StartUp& start) {
   create_shutdown_event(trace);
   Call_XAF_RegisterAgent();
   Call_XAF_SetProduct();
+  status::share_own_board();
   start_background_threads(trace, start);
 }
 

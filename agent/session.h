@@ -3,7 +3,9 @@
 // entry, or the whole of it on a thread of the platform.
 
 #include <string>
+#include <vector>
 
+#include "collectors/cached_tables.h"
 #include "include/unique_handle.h"
 
 namespace agent {
@@ -21,8 +23,26 @@ class Session {
   // False, with the reason, when the collectors cannot be built. Called once.
   bool start(std::string& error);
 
+  // Fills the caches of those tables that wait for a collection, and waits for that: with caching
+  // on every cached table, and the sysvol table where its test is set up. Any other table collects
+  // in its sample. Adds to unfilled the tables whose collection ended without rows to hand over.
+  //
+  // False when the event stop was signalled first; null is none. Collections run on then, so that
+  // the process must end without the destructor, after abandon().
+  bool fill_caches(const std::vector<std::string>& tables, HANDLE stop,
+                   std::vector<std::string>& unfilled);
+  // Takes back what unfinished collections have left outside the process: the sysvol test's files.
+  static void abandon();
+
  private:
+  void start_filling(const std::vector<std::string>& tables, bool sysvol_is_tested);
+
+  struct Filling {
+    const collectors::CachedTable* table;
+    UniqueHandle thread;
+  };
   bool started_ = false;
+  std::vector<Filling> fillings_;
   UniqueHandle allocation_;
 };
 

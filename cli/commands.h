@@ -28,6 +28,7 @@ struct SampleOptions {
   std::string configuration;        // a TOML file; empty: none
   std::string format = "table";     // table, json or csv
   bool agent_output = false;        // show what the agent itself prints, on standard error
+  bool real_time = false;           // a recorded controller's waits last as long as they say
 };
 int sample_command(const SampleOptions& options);
 
@@ -37,6 +38,13 @@ struct RunOptions {
   bool agent_output = false;  // as above
 };
 int run_command(const RunOptions& options);
+
+struct CachesOptions {
+  std::string format = "text";  // text or json
+};
+// What the caches of the agent that runs on this machine do now. 1 when none runs, or when it has
+// caching off.
+int caches_command(const CachesOptions& options);
 
 struct RecordOptions {
   std::string controller;

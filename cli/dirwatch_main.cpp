@@ -48,6 +48,8 @@ int main(int argc, char** argv) {
   sample_command->add_option("--config", sample.configuration, "a configuration file (TOML)");
 
   sample_command->add_flag("--agent-output", sample.agent_output, agent_output);
+  sample_command->add_flag("--real-time", sample.real_time,
+                           "a recording's waits last as long as a live controller's would");
 
   cli::RunOptions run;
   CLI::App* run_command =
@@ -56,6 +58,12 @@ int main(int argc, char** argv) {
   run_command->add_option("--config", run.configuration, "a configuration file (TOML)");
 
   run_command->add_flag("--agent-output", run.agent_output, agent_output);
+
+  cli::CachesOptions caches;
+  CLI::App* caches_command = app.add_subcommand(
+      "caches", "Show what the caches of the agent that runs on this machine do now");
+  caches_command->add_option("-f,--format", caches.format, "text or json")
+      ->check(CLI::IsMember({"text", "json"}));
 
   cli::RecordOptions record;
   CLI::App* record_command =
@@ -72,5 +80,6 @@ int main(int argc, char** argv) {
   if (*counters_command) return cli::counters_command(counters);
   if (*sample_command) return cli::sample_command(sample);
   if (*run_command) return cli::run_command(run);
+  if (*caches_command) return cli::caches_command(caches);
   return cli::record_command(record);
 }

@@ -11,6 +11,8 @@ bool use_controller(const std::string& place, std::string& error) {
   return false;
 }
 
+std::shared_ptr<void> pass_waits_at_once() { return nullptr; }
+
 bool record_controller(const std::string&, const std::string&, std::string& error) {
   error = "recordings are written by the Linux program; point it at this controller with ldap://";
   return false;

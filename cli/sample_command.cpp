@@ -1,11 +1,16 @@
 #include <algorithm>
 #include <cstdio>
+#include <memory>
+#include <optional>
 
 #include "agent/session.h"
 #include "cli/commands.h"
 #include "cli/host.h"
 #include "cli/sample_progress.h"
 #include "cli/table_names.h"
+#include "include/platform/signals.h"
+#include "include/platform/threads.h"
+#include "include/unique_handle.h"
 
 namespace cli {
 
@@ -33,12 +38,61 @@ int resolve(const std::vector<std::string>& asked, std::vector<std::string>& nam
   return 0;
 }
 
+constexpr int kInterrupted = 130;  // as shells count an end by Ctrl-C
+HANDLE interrupted = nullptr;      // signalled by Ctrl-C, while collections are waited for
+
+BOOL WINAPI on_control(DWORD /*control*/) {
+  SetEvent(interrupted);
+  return TRUE;
+}
+
+// Lets Ctrl-C end the wait for collections, which the framework does not watch over.
+class InterruptWatch {
+ public:
+  InterruptWatch() : event_(CreateEventA(nullptr, TRUE, FALSE, nullptr)) {
+    interrupted = event_.get();
+    if (event_) SetConsoleCtrlHandler(on_control, TRUE);
+  }
+  ~InterruptWatch() {
+    if (event_) SetConsoleCtrlHandler(on_control, FALSE);
+  }
+  InterruptWatch(const InterruptWatch&) = delete;
+  InterruptWatch& operator=(const InterruptWatch&) = delete;
+  HANDLE event() const { return event_.get(); }
+
+ private:
+  const UniqueHandle event_;
+};
+
+void report_unfilled(const std::vector<std::string>& tables) {
+  for (const std::string& table : tables) {
+    std::fprintf(stderr,
+                 "dirwatch: the collection of %s ended without rows; a trace file tells why "
+                 "([trace] path in --config)\n",
+                 table.c_str());
+  }
+}
+
+// Ends the process when Ctrl-C comes first: the collections go on until then.
+void fill_caches(agent::Session& session, const std::vector<std::string>& names) {
+  const InterruptWatch watch;
+  std::vector<std::string> unfilled;
+  if (!session.fill_caches(names, watch.event(), unfilled)) {
+    std::fprintf(stderr, "dirwatch: interrupted\n");
+    agent::Session::abandon();
+    ExitProcess(kInterrupted);
+  }
+  report_unfilled(unfilled);
+}
+
 // Samples the configured tables one time each. False, with the reason, when the framework or the
 // collectors could not start.
-bool sample_once(const std::vector<std::string>& names, std::string& error) {
+bool sample_once(const std::vector<std::string>& names, bool tells_progress, std::string& error) {
   agent::Session session;
   if (!session.start(error)) return false;
-  Progress progress(names);
+  std::optional<Progress> progress;
+  if (tells_progress) progress.emplace(names);
+  fill_caches(session, names);
   char program[] = "dirwatch";
   char* arguments[] = {program, nullptr};
   const std::int32_t result = xafmain(1, arguments);
@@ -85,7 +139,9 @@ int sample_command(const SampleOptions& options) {
   const auto sink = std::make_shared<CountingSink>(target);
   xaf::add_sink(sink);
   xaf::configure(configuration);
-  if (!sample_once(names, error)) return report(error);
+  // What passes at once needs no progress told.
+  const std::shared_ptr<void> hurry = options.real_time ? nullptr : pass_waits_at_once();
+  if (!sample_once(names, hurry == nullptr, error)) return report(error);
   return judge(*sink, names, !options.tables.empty());
 }
 

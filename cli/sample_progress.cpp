@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "cli/durations.h"
+#include "include/platform/time.h"
+#include "tables/status_board.h"
+
 namespace cli {
 
 void CountingSink::deliver(const xaf::Delivery& delivery) {
@@ -33,26 +37,53 @@ Progress::~Progress() {
 
 unsigned __stdcall Progress::run(void* self) {
   const auto* progress = static_cast<const Progress*>(self);
-  // The first word after a second and a bit, so that ordinary samples stay silent.
-  for (unsigned seconds = 2;; seconds += 2) {
-    if (WaitForSingleObject(progress->stop_, 2000) != WAIT_TIMEOUT) return 0;
+  // Ordinary samples are over within the first second and stay silent.
+  unsigned seconds = 0;
+  for (unsigned pause_s = 1;; pause_s = 2) {
+    if (WaitForSingleObject(progress->stop_, pause_s * 1000) != WAIT_TIMEOUT) return 0;
+    seconds += pause_s;
     progress->report(seconds);
   }
 }
 
+namespace {
+
+// "DCWNTDSTRS (runs netdom verify DC1 /DOMAIN:LEGACY, 4.0 s)"; the name alone for a table that has
+// no collection of its own.
+std::string with_step(const std::string& table) {
+  for (std::size_t i = 0; i < status::kJobCount; ++i) {
+    const auto job = static_cast<status::Job>(i);
+    status::Report report;
+    if (table != status::name_of(job) || !status::own_board().of(job).read(report)) continue;
+    const std::uint64_t now_ms = GetTickCount64();
+    if (report.state == status::State::kWaiting) return table + " (waits for the others)";
+    if (report.state != status::State::kCollecting || report.step[0] == '\0') return table;
+    return table + " (" + report.step.data() + ", " + duration(now_ms - report.step_since_ms) + ")";
+  }
+  return table;
+}
+
+}  // namespace
+
+bool Progress::is_finished(const std::string& table) const {
+  const std::vector<xaf::TableMeasure> measures = xaf::measures();
+  const auto measure = std::find_if(measures.begin(), measures.end(),
+                                    [&](const auto& each) { return each.table == table; });
+  return measure != measures.end() && measure->samples > 0;
+}
+
 void Progress::report(unsigned seconds) const {
+  constexpr std::size_t kMostShown = 4;
   std::string waiting;
   std::size_t count = 0;
-  const std::vector<xaf::TableMeasure> measures = xaf::measures();
   for (const std::string& table : tables_) {
-    const auto measure = std::find_if(measures.begin(), measures.end(),
-                                      [&](const auto& each) { return each.table == table; });
-    if (measure != measures.end() && measure->samples > 0) continue;
-    if (count++ < 4) waiting += (waiting.empty() ? "" : ", ") + table;
+    if (is_finished(table)) continue;
+    if (count++ < kMostShown) waiting += (waiting.empty() ? "" : ", ") + with_step(table);
   }
   if (count == 0) return;
-  std::fprintf(stderr, "dirwatch: %u s, waiting for %s%s\n", seconds, waiting.c_str(),
-               count > 4 ? (" and " + std::to_string(count - 4) + " more").c_str() : "");
+  std::fprintf(
+      stderr, "dirwatch: %u s, waiting for %s%s\n", seconds, waiting.c_str(),
+      count > kMostShown ? (" and " + std::to_string(count - kMostShown) + " more").c_str() : "");
 }
 
 }  // namespace cli

@@ -1,6 +1,6 @@
 #pragma once
 // What dirwatch sample tells people while it waits: nothing in the first second, then which tables
-// have not delivered yet and for how long.
+// have not delivered yet, at which step their collections are, and for how long.
 
 #include <cstddef>
 #include <map>
@@ -39,6 +39,7 @@ class Progress {
  private:
   static unsigned __stdcall run(void* self);
   void report(unsigned seconds) const;
+  bool is_finished(const std::string& table) const;
 
   std::vector<std::string> tables_;
   HANDLE stop_;

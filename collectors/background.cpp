@@ -3,10 +3,10 @@
 #include "collectors/cache.h"
 #include "include/trace.h"
 
-#define DCW_CACHE_THREAD(entry, table)                                                   \
-  unsigned entry(void* /*argument*/) {                                                   \
-    DCW_TRACE(#entry);                                                                   \
-    return collectors::run_cache_thread(trace, &collectors::CollectData<tables::table>); \
+#define DCW_CACHE_THREAD(entry, table)                         \
+  unsigned entry(void* /*argument*/) {                         \
+    DCW_TRACE(#entry);                                         \
+    return collectors::run_cache_thread<tables::table>(trace); \
   }
 DCW_CACHE_THREAD(collectandCacheDCAData, DCWNTDSDCA)
 DCW_CACHE_THREAD(collectandCacheDNSAdData, DCWNTDSDAI)

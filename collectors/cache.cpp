@@ -2,11 +2,18 @@
 
 namespace collectors {
 
-unsigned run_cache_thread(trace::Scope& trace, void (*collect)()) {
+void collect_in_turn(status::Job job, void (*collect)()) {
+  status::Collection collection(job);
+  SYS1_GetLock(&g_collectLock);
+  collection.begins(status::Collection::Lock::kHeld);
+  collect();
+  collection.ends();
+  SYS1_ReleaseLock(&g_collectLock);
+}
+
+unsigned run_cache_thread(trace::Scope& trace, status::Job job, void (*collect)()) {
   while (hTerminateEvent != nullptr) {
-    SYS1_GetLock(&g_collectLock);
-    collect();
-    SYS1_ReleaseLock(&g_collectLock);
+    collect_in_turn(job, collect);
     Sleep(static_cast<DWORD>(g_cacheInterval.load()));
   }
   return trace.returns(0u);

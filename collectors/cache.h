@@ -34,9 +34,24 @@ namespace collectors {
 // How long a sample waits for a cache that the collector is filling. A transfer takes microseconds.
 inline constexpr DWORD kSampleWait_ms = 5000;
 
+// One collection under g_collectLock, which it waits for.
+void collect_in_turn(status::Job job, void (*collect)());
+
 // A cache thread's life: one collection at a time in the whole process, then the pause, which comes
 // after the lock is given up. Gives 0 when the agent has ended.
-unsigned run_cache_thread(trace::Scope& trace, void (*collect)());
+unsigned run_cache_thread(trace::Scope& trace, status::Job job, void (*collect)());
+template <const auto& kTable>
+unsigned run_cache_thread(trace::Scope& trace) {
+  return run_cache_thread(trace, Cached<kTable>::shape.job, &CollectData<kTable>);
+}
+
+// One collection of those that take no lock: in a sample, and the sysvol test.
+template <const auto& kTable>
+void collect_without_lock() {
+  status::Collection collection(Cached<kTable>::shape.job);
+  collection.begins(status::Collection::Lock::kNone);
+  CollectData<kTable>();
+}
 
 // What a sample does with the buffer while it holds the cache, and just after. A table whose rows
 // change at the hand-over passes one of its own.
@@ -104,6 +119,7 @@ void transfer(const trace::Scope& trace, Buffer& finished) {
     trace.always()("%s", shape.no_rows);
   }
   tell_row_count(trace, shape, count_of<kTable>(Table::buffer));
+  status::transferred(count_of<kTable>(Table::buffer));
   if (shape.transferred != nullptr) trace.always()("%s", shape.transferred);
   hold.release(shape.texts.collector_release_failed);
 }
@@ -119,7 +135,7 @@ void take_sample(const trace::Scope& trace, tables::Agent<kTable>& agent, Hook h
   if (shape.instance != nullptr) {
     trace.always()("%s instance number: <%d>\n", shape.instance, instance);
   }
-  if (shape.collects_in_sample && g_cacheInterval < 1) CollectData<kTable>();
+  if (shape.collects_in_sample && g_cacheInterval < 1) collect_without_lock<kTable>();
   if (Table::event.handle() == nullptr) {
     if (shape.no_event == nullptr) return;
     trace.always()("%s", shape.no_event);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "collectors/cache_event.h"
+#include "include/collection_status.h"
 #include "tables/classes.h"
 #include "tables/row.h"
 
@@ -18,6 +19,7 @@ struct PrologueShape {
 };
 
 struct CacheShape {
+  status::Job job;
   const char* event_name;
   CacheTexts texts;
   PrologueShape prologue;
@@ -59,6 +61,7 @@ inline constexpr PrologueShape kKept = {true, true};
 inline constexpr PrologueShape kRefreshed = {false, true};
 
 inline constexpr CacheShape kDCACache = {
+    .job = status::Job::kDCA,
     .event_name = "DCA",
     // Both sides leave a failed reset untold; a sample tells its steps by its object's number.
     .texts = {.word = "DCA", .tells_failed_lock = false},
@@ -70,6 +73,7 @@ inline constexpr CacheShape kDCACache = {
     .tells_lock_by_instance = true,
 };
 inline constexpr CacheShape kDNSAdCache = {
+    .job = status::Job::kDNSAd,
     .event_name = "DNS",
     .texts = {.word = "DNSAd"},
     .prologue = kKept,
@@ -79,6 +83,7 @@ inline constexpr CacheShape kDNSAdCache = {
     .hand_over = "AddData Global DNSAd buffer",
 };
 inline constexpr CacheShape kDRACache = {
+    .job = status::Job::kDRA,
     .event_name = "DRA",
     .texts = {.word = "DRA",
               .collector_release_failed = "Unlock cache lock failed: ",
@@ -90,6 +95,7 @@ inline constexpr CacheShape kDRACache = {
     .hand_over = "AddData Global DRA buffer",
 };
 inline constexpr CacheShape kDCPCache = {
+    .job = status::Job::kDCP,
     .event_name = "DCP",
     .texts = {.word = "DCP"},
     .prologue = kKept,
@@ -98,6 +104,7 @@ inline constexpr CacheShape kDCPCache = {
     .hand_over = "AddData Global DCP buffer",
 };
 inline constexpr CacheShape kRLTCache = {
+    .job = status::Job::kRLT,
     .event_name = "RLT",
     .texts = {.word = "RLT"},
     .prologue = kKept,
@@ -106,6 +113,7 @@ inline constexpr CacheShape kRLTCache = {
     .hand_over = "AddData Global RLT buffer",
 };
 inline constexpr CacheShape kRPLCache = {
+    .job = status::Job::kRPL,
     .event_name = "RPL",
     .texts = {.word = "RPL"},
     .prologue = kKept,
@@ -114,6 +122,7 @@ inline constexpr CacheShape kRPLCache = {
     .hand_over = "AddData Global RPL buffer",
 };
 inline constexpr CacheShape kTRSCache = {
+    .job = status::Job::kTRS,
     .event_name = "TRS",
     .texts = {.word = "TRS"},
     .prologue = {.keeps_origin_node = true, .numbers_samples = false},
@@ -123,6 +132,7 @@ inline constexpr CacheShape kTRSCache = {
     .hand_over = "AddData Global TRS buffer",
 };
 inline constexpr CacheShape kTTPCache = {
+    .job = status::Job::kTTP,
     .event_name = "TTP",
     .texts = {.word = "TTP"},
     .prologue = {.keeps_origin_node = false, .numbers_samples = false},
@@ -132,6 +142,7 @@ inline constexpr CacheShape kTTPCache = {
 };
 // Says RPL in two places, where the partner table says it too.
 inline constexpr CacheShape ksysvolCache = {
+    .job = status::Job::kSysvol,
     .event_name = "SYSRPL",
     .texts = {.word = "SYSRPL",
               .creating = "Creaeting Event",

@@ -6,6 +6,7 @@
 #include "collectors/background.h"
 #include "directory/automation.h"
 #include "directory/dns_utils.h"
+#include "include/collection_status.h"
 #include "include/platform/files.h"
 #include "include/platform/threads.h"
 #include "include/settings.h"
@@ -39,6 +40,7 @@ namespace {
 // False when there is no count. The query layer raises its failures; here they are a count that
 // failed like any other, since the thread must live on.
 bool count_objects(const trace::Scope& trace, std::int32_t& count) {
+  status::step("counts the objects of the domain");
   try {
     return DNSUtils::GetNumberOfObjectsInDomain(count) != -1;
   } catch (const directory::AutomationError& error) {
@@ -61,15 +63,22 @@ void count_once(const trace::Scope& trace) {
   }
 }
 
+void count_in_turn(const trace::Scope& trace) {
+  status::Collection collection(status::Job::kObjectCount);
+  SYS1_GetLock(&g_collectLock);
+  collection.begins(status::Collection::Lock::kHeld);
+  count_once(trace);
+  collection.ends();
+  SYS1_ReleaseLock(&g_collectLock);
+}
+
 }  // namespace
 }  // namespace collectors
 
 unsigned collectNumberOfObjectsInDomain(void* /*argument*/) {
   DCW_TRACE("collectNumberOfObjectsInDomain");
   while (hTerminateEvent != nullptr) {
-    SYS1_GetLock(&g_collectLock);
-    collectors::count_once(trace);
-    SYS1_ReleaseLock(&g_collectLock);
+    collectors::count_in_turn(trace);
     Sleep(static_cast<DWORD>(g_numberOfObjectsInterval.load()));
   }
   return trace.returns(0u);

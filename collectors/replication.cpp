@@ -139,6 +139,7 @@ void add_connections(const trace::Scope& trace, char* host, Row& row) {
   DNSUtils::GetInboundConnections(host, inbound);
   trace.always()("Pdata InBound :<%d>", inbound);
   // What the command prints goes to the agent's own output; only how it ends is of interest.
+  status::step("runs", "net time");
   row.set<"DRANTSTAT">(std::system("net time"));
   std::int32_t known_sources = 0;
   std::int32_t from_this_server = 0;

@@ -130,6 +130,7 @@ void verify(const trace::Scope& trace, const SysvolTest& test, PartnerRows& rows
   if (!is_read) trace.always()("GetFileContent failed for %s", test.own_path().c_str());
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const std::string path = test.path_on(test.partners[i]);
+    status::step("looks for the test file on", test.partners[i]);
     rows[i].set<"SYSRS">(has_arrived(trace, path, is_read ? &own : nullptr) ? 1 : 0);
     CKUtil::getMWTimeStamp(rows[i].field<"SYSRTVT">());
   }
@@ -156,12 +157,16 @@ void collectors::CollectData<DCWSYSRPL>() {
   if (!begin_test(trace, row, test)) return;
   PartnerRows rows = rows_of(trace, row, test);
   test.stamp = stamp_now();
+  status::step("writes the test file");
   if (!write_file(trace, test)) return;
+  status::step("lets the test file stand before it forces replication");
   Sleep(static_cast<DWORD>(g_fileCreationGap.load()));
   start_replication(trace, test, rows);
+  status::step("waits for the test file to replicate");
   Sleep(static_cast<DWORD>(g_sysvolVerificationInterval.load()));
   verify(trace, test, rows);
   transfer<DCWSYSRPL>(trace, rows);
+  status::step("deletes the test file everywhere");
   ClearData();
 }
 
@@ -169,7 +174,7 @@ void collectors::CollectData<DCWSYSRPL>() {
 unsigned CollectAndCacheSPRLData(void* /*argument*/) {
   DCW_TRACE("CollectAndCacheSPRLData");
   while (hTerminateEvent != nullptr) {
-    collectors::CollectData<DCWSYSRPL>();
+    collectors::collect_without_lock<DCWSYSRPL>();
     Sleep(static_cast<DWORD>(g_sysvolTestInterval - g_sysvolVerificationInterval));
   }
   return trace.returns(0u);

@@ -121,6 +121,7 @@ void collectors::CollectData<DCWNTDSTTP>() {
   names.find_domain(trace);
   trace.always()("<TT> domainName: %s\n", names.domain);
   std::vector<TrustTopologyNode> nodes;
+  status::step("asks for the trusts of every domain");
   const int result = DNSUtils::GetTrustTopologyInfo(nodes, names.domain);
   if (result != 0) {
     trace.always()("GetTrustTopologyInfo failed: error#:%x", static_cast<unsigned>(result));

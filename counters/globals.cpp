@@ -7,6 +7,7 @@
 
 #include "counters/collector_in_use.h"
 #include "counters/localise.h"
+#include "include/collection_status.h"
 #include "include/settings.h"
 #include "include/trace.h"
 #include "include/trc.h"
@@ -97,7 +98,9 @@ void destroy(const trace::Scope& trace, const char* name, std::atomic<Object*>& 
 
 unsigned __stdcall allocateGlobals(void*) {
   DCW_TRACE("allocateGlobals");
+  status::Collection building(status::Job::kCollectors);
   SYS1_GetLock(&g_collectLock);
+  building.begins(status::Collection::Lock::kHeld);
   if (const HANDLE waited_for = g_allocationHasLock; waited_for != nullptr) SetEvent(waited_for);
   ResetEvent(g_allocateGlobalsEvent);
   if (has_default_english()) {
@@ -105,12 +108,17 @@ unsigned __stdcall allocateGlobals(void*) {
   } else {
     convertToLocalizedLanguage();
   }
-  for (const Global& global : kGlobals) build(*global.collector, global.id);
+  for (const Global& global : kGlobals) {
+    status::step("builds", global.name);
+    build(*global.collector, global.id);
+  }
   for (const InstanceGlobal& global : kInstanceGlobals) {
+    status::step("builds", global.name);
     build(*global.collectors, global.id, global.object);
   }
   trace.always()("*****CREATED OBJECTS*****");
   SetEvent(g_allocateGlobalsEvent);
+  building.ends();
   SYS1_ReleaseLock(&g_collectLock);
   return trace.returns(0u);
 }

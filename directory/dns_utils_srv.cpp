@@ -5,6 +5,7 @@
 
 #include "directory/dns_utils.h"
 #include "directory/text.h"
+#include "include/collection_status.h"
 #include "include/platform/dns.h"
 #include "include/platform/text.h"
 
@@ -26,6 +27,7 @@ class Records {
   DNS_STATUS query(const char* name) {
     DnsRecordListFree(first_, DnsFreeRecordList);
     first_ = nullptr;
+    status::step("asks name servers for", name);
     return DnsQuery_A(name, DNS_TYPE_SRV, DNS_QUERY_BYPASS_CACHE, nullptr, &first_, nullptr);
   }
   bool empty() const { return first_ == nullptr; }

@@ -2,13 +2,17 @@
 
 #include <cstdio>
 
+#include "directory/asking.h"
+
 namespace directory {
 
 HRESULT bind_object(const wchar_t* path, Reference<IADs>& object) {
+  tell_asking(path);
   return ADsGetObject(path, IID_IADs, object.untyped_target());
 }
 
 HRESULT bind_container(const wchar_t* path, Reference<IADsContainer>& container) {
+  tell_asking(path);
   return ADsGetObject(path, IID_IADsContainer, container.untyped_target());
 }
 

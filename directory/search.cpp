@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "directory/asking.h"
 #include "directory/text.h"
 
 namespace directory {
@@ -40,6 +41,7 @@ Search::~Search() {
 }
 
 HRESULT Search::open(const wchar_t* path) {
+  tell_asking(path);
   const HRESULT result = ADsOpenObject(path, nullptr, nullptr, ADS_SECURE_AUTHENTICATION,
                                        IID_IDirectorySearch, object_.untyped_target());
   return SUCCEEDED(result) && !object_ ? E_NOINTERFACE : result;

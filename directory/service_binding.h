@@ -1,6 +1,7 @@
 #pragma once
 // A binding to a controller's directory service, given back when it goes.
 
+#include "include/collection_status.h"
 #include "include/platform/directory_services.h"
 
 namespace directory {
@@ -15,6 +16,7 @@ class ServiceBinding {
   // The platform's status; 0 is success.
   DWORD bind(const char* controller, const char* domain) {
     release();
+    status::step("binds to", controller != nullptr ? controller : "a controller");
     return DsBindA(controller, domain, &handle_);
   }
   void release() {

@@ -7,11 +7,12 @@
 #include <span>
 #include <string>
 
+#include "include/collection_status.h"
 #include "include/platform/files.h"
 
 class CommandPipe {
  public:
-  explicit CommandPipe(const std::string& command) : stream_(_popen(command.c_str(), "rt")) {}
+  explicit CommandPipe(const std::string& command) : stream_(start(command)) {}
   ~CommandPipe() { close(); }
   CommandPipe(const CommandPipe&) = delete;
   CommandPipe& operator=(const CommandPipe&) = delete;
@@ -34,5 +35,10 @@ class CommandPipe {
   }
 
  private:
+  static FILE* start(const std::string& command) {
+    status::step("runs", command);
+    return _popen(command.c_str(), "rt");
+  }
+
   FILE* stream_;
 };

@@ -2,6 +2,7 @@
 // What a controller's machine answers to the system's own commands (ping, w32tm, netdom, net,
 // ntfrsutl), which no other system has in that form. Plain portable C++.
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -10,6 +11,7 @@ namespace platform {
 struct CommandAnswer {
   std::string output;  // as the command prints it, bytes of any code page
   int exit_code = 0;
+  std::uint32_t takes_s = 0;  // how long it runs before it prints
 };
 
 class CommandSource {

@@ -8,6 +8,8 @@
 namespace platform {
 namespace {
 
+constexpr std::uint64_t kLongest_s = 4000000;  // what fits a wait in milliseconds
+
 struct RecordedCommand {
   std::string pattern;
   CommandAnswer answer;
@@ -23,7 +25,7 @@ std::string read_output(const JsonPlace& place) {
 
 RecordedCommand read_command(const JsonPlace& place,
                              const std::map<std::string, std::string>& files) {
-  place.only({"command", "output", "output_file", "exit_code"});
+  place.only({"command", "output", "output_file", "exit_code", "takes_s"});
   RecordedCommand command;
   command.pattern = place.text("command");
   if (command.pattern.empty()) place.at("command").refuse("is empty");
@@ -37,6 +39,7 @@ RecordedCommand read_command(const JsonPlace& place,
     command.answer.output = file->second;
   }
   command.answer.exit_code = static_cast<int>(place.number("exit_code", 255, 0));
+  command.answer.takes_s = static_cast<std::uint32_t>(place.number("takes_s", kLongest_s, 0));
   return command;
 }
 

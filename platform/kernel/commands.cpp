@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "include/platform/threads.h"
 #include "platform/commands/command_source.h"
 #include "platform/control.h"
 #include "platform/files.h"
@@ -86,7 +87,9 @@ FILE* start(const char* command, bool reads, bool is_binary) {
   if (const std::string name = platform::kernel::system_command(command); !name.empty() && reads) {
     const auto holder = platform::controller();
     if (platform::CommandSource* source = holder->commands()) {
-      return open_answer(source->run(command), is_binary);
+      const platform::CommandAnswer answer = source->run(command);
+      if (answer.takes_s != 0) Sleep(answer.takes_s * 1000);
+      return open_answer(answer, is_binary);
     }
     line = own_program(name, command);
   }

@@ -34,6 +34,10 @@ constexpr UsualFailure kUsualFailures[] = {
     {"WriteFile", ERROR_DISK_FULL},
     {"DeleteFileA", ERROR_ACCESS_DENIED},
     {"GetFileAttributesA", ERROR_FILE_NOT_FOUND},
+    {"CreateFileMappingA", ERROR_ACCESS_DENIED},
+    {"OpenFileMappingA", ERROR_FILE_NOT_FOUND},
+    {"MapViewOfFile", ERROR_NOT_ENOUGH_MEMORY},
+    {"UnmapViewOfFile", ERROR_INVALID_PARAMETER},
     {"_access", 2},   // an errno value: no such file
     {"_popen", 24},   // an errno value: too many open files
     {"_pclose", 10},  // an errno value: no such child

@@ -21,6 +21,7 @@ accounting::Counter& counter_of(Kind kind) {
   static accounting::Counter threads{"thread"};
   static accounting::Counter processes{"process"};
   static accounting::Counter files{"file"};
+  static accounting::Counter mappings{"file mapping"};
   switch (kind) {
     case Kind::kEvent:
       return events;
@@ -28,6 +29,8 @@ accounting::Counter& counter_of(Kind kind) {
       return threads;
     case Kind::kProcess:
       return processes;
+    case Kind::kMapping:
+      return mappings;
     case Kind::kFile:
       break;
   }

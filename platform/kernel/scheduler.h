@@ -34,7 +34,7 @@ struct ThreadUnwind {
   DWORD exit_code;
 };
 
-enum class Kind { kEvent, kThread, kProcess, kFile };
+enum class Kind { kEvent, kThread, kProcess, kFile, kMapping };
 
 struct Object {
   explicit Object(Kind its_kind) : kind(its_kind) {}

@@ -135,7 +135,7 @@ class CachedProbes : public testing_support::Sampling {
   HANDLE start_cache_thread() {
     return start([] {
       DCW_TRACE("cache thread");
-      collectors::run_cache_thread(trace, &collectors::CollectData<kTable>);
+      collectors::run_cache_thread<kTable>(trace);
     });
   }
   // One collection, here and now.

@@ -17,6 +17,7 @@
 #include "include/platform/environment.h"
 #include "include/platform/files.h"
 #include "include/platform/libraries.h"
+#include "include/platform/memory.h"
 #include "include/platform/messages.h"
 #include "include/platform/registry.h"
 #include "include/platform/service_manager.h"
