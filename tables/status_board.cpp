@@ -17,7 +17,7 @@ constexpr std::uint32_t kAnnounced = 1;
 constexpr int kMostAgents = 8;
 // A number of the layout stands in the name: programs of different versions do not meet.
 constexpr const char* kName = "DirWatcherStatus1.";
-// The whole machine's names, which a service and an administrator may give; else the user's own.
+// The whole machine's names, which on Windows need a right that plain users lack; else the user's.
 constexpr const char* kScopes[] = {"Global\\", "Local\\"};
 
 std::string name_of(const char* scope, int agent) {

@@ -14,9 +14,9 @@
 // PAGE_READWRITE. New memory is zero. A name that exists already gives a handle to that memory,
 // with last error ERROR_ALREADY_EXISTS; otherwise last error is 0. Null on failure.
 //
-// "Global\\NAME" is one for the whole machine and needs the rights of its administrator; any other
-// name is the user's own. Under virtual time every name stays inside the program: the machine is a
-// simulated one, and tests run side by side.
+// "Global\\NAME" is one for the whole machine, though only the user who made it and the
+// administrator may open it; any other name is the user's own. Under virtual time every name stays
+// inside the program: the machine is a simulated one, and tests run side by side.
 HANDLE CreateFileMappingA(HANDLE file, SECURITY_ATTRIBUTES* security, DWORD protection,
                           DWORD size_high, DWORD size_low, const char* name);
 // Null with ERROR_FILE_NOT_FOUND when nobody has memory of that name.

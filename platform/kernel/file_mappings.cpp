@@ -104,10 +104,9 @@ Found open_living(const std::string& path, int flags, Descriptor& memory, DWORD&
       error = error_from_errno(errno);
       return Found::kError;
     }
-    // Nobody else's program may choose what this one reads.
-    const uid_t rightful =
-        path.starts_with("/dirwatch." + std::to_string(::geteuid()) + ".") ? ::geteuid() : uid_t{0};
-    if (facts.st_uid != rightful) {
+    // Nobody shares memory that another user may change; only the administrator reads all.
+    const uid_t self = ::geteuid();
+    if (facts.st_uid != self && (self != 0 || flags != O_RDONLY)) {
       error = ERROR_ACCESS_DENIED;
       return Found::kError;
     }
@@ -179,8 +178,6 @@ HANDLE create_simulated(const std::string& name, std::size_t size) {
 HANDLE create_shared(const std::string& name, std::size_t size) {
   std::string path;
   if (const DWORD error = path_of(name, path); error != 0) return fail(error);
-  // A name for the whole machine is its administrator's to give.
-  if (name.starts_with(kGlobal) && ::geteuid() != 0) return fail(ERROR_ACCESS_DENIED);
   Descriptor memory;
   bool existed = false;
   if (const DWORD error = make_shared(path, size, memory, existed); error != 0) return fail(error);

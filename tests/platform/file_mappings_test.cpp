@@ -6,7 +6,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -173,6 +174,53 @@ TEST(MemoryOfTheMachine, GoesWithAProcessThatIsKilled) {
   EXPECT_EQ(view[0], '\0') << "nothing of the old memory is left";
   UnmapViewOfFile(view);
   CloseHandle(again);
+  ::close(ready[0]);
+  ::close(ready[1]);
+}
+
+// As another user does it, in a process of its own; true when it found what it should.
+bool as_another_user(const std::function<bool()>& body) {
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(::setresuid(65534, 65534, 65534) == 0 && body() ? 0 : 1);
+  int status = -1;
+  return ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+TEST(MemoryOfTheMachine, OfAnotherUserIsOnlyTheAdministratorsToRead) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can be two users";
+  const std::string name = "Global\\OtherMemoryTest" + std::to_string(getpid());
+  const HANDLE ours = create(name.c_str());
+  ASSERT_NE(ours, nullptr);
+  EXPECT_TRUE(as_another_user([&] {
+    return open(name.c_str()) == nullptr && GetLastError() == ERROR_ACCESS_DENIED &&
+           create(name.c_str()) == nullptr && GetLastError() == ERROR_ACCESS_DENIED;
+  }));
+  CloseHandle(ours);
+}
+
+TEST(MemoryOfTheMachine, OfAnotherUserIsReadButNotSharedByRoot) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can be two users";
+  const std::string name = "Global\\ReadMemoryTest" + std::to_string(getpid());
+  int ready[2];
+  ASSERT_EQ(::pipe(ready), 0);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const bool made = ::setresuid(65534, 65534, 65534) == 0 && create(name.c_str()) != nullptr;
+    const char byte = made ? 'y' : 'n';
+    if (::write(ready[1], &byte, 1) == 1) ::pause();
+    ::_exit(1);
+  }
+  char made = 0;
+  EXPECT_EQ(::read(ready[0], &made, 1), 1);
+  EXPECT_EQ(made, 'y');
+  const HANDLE theirs = open(name.c_str());
+  EXPECT_NE(theirs, nullptr);
+  if (theirs != nullptr) CloseHandle(theirs);
+  EXPECT_EQ(create(name.c_str()), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+  ::kill(child, SIGKILL);
+  EXPECT_EQ(::waitpid(child, nullptr, 0), child);
+  EXPECT_EQ(open(name.c_str()), nullptr);
   ::close(ready[0]);
   ::close(ready[1]);
 }

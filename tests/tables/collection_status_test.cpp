@@ -1,12 +1,13 @@
 // What jobs report of themselves, and that a reader never sees half a report.
 
+#include "include/collection_status.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <string>
 #include <thread>
 
-#include "include/collection_status.h"
 #include "include/platform/threads.h"
 #include "platform/control.h"
 #include "tables/status_board.h"

@@ -62,12 +62,18 @@ sample() { # what recording "tables" comparison's arguments...
   compare "$what" "${only[@]}" "$@"
 }
 
-no_background="DCWSYSRPL=its test runs in the background of an agent only"
-sample "the default recording" "$root/recordings/default" "" \
-  --without "DCWNTDSDAD=its name server and its directory agree" --without "$no_background"
+# Without the sysvol test, which under Wine takes its minutes.
+cp -r "$root/recordings/default" "$work/default"
+sed -i '/^"DWA_SYSVOL_REPLICATION_TEST/d' "$work/default/registry.reg"
+if cmp -s "$root/recordings/default/registry.reg" "$work/default/registry.reg"; then
+  echo "windows: the default recording has no sysvol test to leave out"
+  exit 1
+fi
+no_background="DCWSYSRPL=its test is not set up, since it takes minutes"
+sample "the default recording" "$work/default" "" --without "$no_background"
 
-# The same machine in trouble, which also gives the difference that the one above cannot have.
-python3 "$root/tests/windows/troubled_recording.py" "$root/recordings/default" "$work/troubled"
+# The same machine in trouble.
+python3 "$root/tests/windows/troubled_recording.py" "$work/default" "$work/troubled"
 sample "the same in trouble" "$work/troubled" "" --without "$no_background"
 
 # Names of counters are translated through the registry's tables, in the machine's code page.

@@ -113,6 +113,22 @@ DIRWATCH_CONTROLLER=$(winepath -w "$root/recordings/default") \
   DIRWATCH_CONFIG=$(winepath -w "$work/agent.toml") timeout 60 wine DirWatcher.exe TEST \
   >"$work/agent.out" 2>&1 &
 agent=$!
+# Beside it, in another process: what its background jobs do. Its caching is off, which is told.
+for _ in $(seq 100); do
+  status=0
+  timeout 60 wine dirwatch.exe caches >"$work/caches" 2>"$work/caches.err" || status=$?
+  grep -q '^counter collectors  built' "$work/caches" && break
+  kill -0 $agent 2>/dev/null || break
+  sleep 0.1
+done
+if [ "$status" -eq 1 ] && grep -q '^process [0-9]*, started 20.*, caching off' "$work/caches" &&
+  grep -q '^counter collectors  built' "$work/caches" && grep -q '^DCWNTDSTRS *off' "$work/caches" &&
+  grep -q 'set DWA_CACHE_INTERVAL' "$work/caches.err"; then
+  note "dirwatch.exe caches shows the running DirWatcher.exe TEST"
+else
+  cat "$work/caches" "$work/caches.err"
+  wrong "dirwatch.exe caches beside DirWatcher.exe TEST, status $status"
+fi
 for _ in $(seq 300); do
   grep -q 'Main: Returned from main wait' "$work/agent.trc" 2>/dev/null && break
   kill -0 $agent 2>/dev/null || break
