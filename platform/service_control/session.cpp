@@ -86,7 +86,7 @@ bool Session::run() {
     kernel::Waiter waiter;
     waiter.call = "StartServiceCtrlDispatcherA";
     waiter.objects = {service, wake_};
-    kernel::block(waiter, lock);
+    if (!wake_->signalled) kernel::block(waiter, lock);
     if (!service->signalled) handle_next(lock);
   }
   // The main function has not returned when it was the process that ended.

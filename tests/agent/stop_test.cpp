@@ -153,6 +153,48 @@ TEST_F(Stop, TracesASysvolThreadThatCannotBeEnded) {
   EXPECT_EQ(1u, trace_.count("Terminate Thread failed: 6"));
 }
 
+TEST_F(Stop, LeavesTheSysvolThreadWhenItsClearEventCannotBeTaken) {
+  start_entry([] {
+    g_sysvolClearEvent = CreateEventA(nullptr, TRUE, TRUE, "SYSCLRRPL");
+    g_sysvolThreadHandle = nullptr;  // ending it would be traced as a failure
+    platform::faults::fail("ResetEvent", 1);
+    StopService();
+    ExitProcess(0);
+  });
+  ASSERT_TRUE(process_->wait_for_exit(60000));
+  EXPECT_FALSE(trace_.contains("Terminate Thread failed"));
+  EXPECT_EQ(1u, lines_of("ClearData"));
+}
+
+TEST_F(Stop, TracesAClearEventThatCannotBeGivenBack) {
+  start_entry([] {
+    g_sysvolClearEvent = CreateEventA(nullptr, TRUE, TRUE, "SYSCLRRPL");
+    g_sysvolThreadHandle = nullptr;
+    platform::faults::fail("SetEvent", 1, ERROR_ACCESS_DENIED);
+    StopService();
+    ExitProcess(0);
+  });
+  ASSERT_TRUE(process_->wait_for_exit(60000));
+  expect_in_order({"Terminate Thread failed: 6", "Release cache lock failed: 5",
+                   "StopService: Triggering termination event"});
+}
+
+TEST_F(Stop, GoesStraightOnWithoutASysvolTest) {
+  std::int64_t waited = -1;
+  start_entry([&] {
+    hTerminateEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    const std::int64_t before = time_->elapsed_ms();
+    StopService();
+    waited = time_->elapsed_ms() - before;
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hTerminateEvent, 0));
+    ExitProcess(0);
+  });
+  ASSERT_TRUE(process_->wait_for_exit(60000));
+  EXPECT_EQ(0, waited);
+  EXPECT_EQ(1u, trace_.count("Sysvol ClearEvent is not initilized"));
+  EXPECT_EQ(0u, lines_of("ClearData"));
+}
+
 TEST_F(Stop, TerminateWithoutAServiceReportsNothingAndEndsTheLoops) {
   start_entry([] {
     hTerminateEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
