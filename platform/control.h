@@ -62,8 +62,8 @@ std::vector<std::pair<std::string, std::uint32_t>> reached();
 void reset_counts();
 // True when a fault set by fail() has struck since the last clear().
 bool struck();
-// Runs the action once, on the thread that makes the call, just before the nth call (from 1) of that
-// name from now on, or of any name when it is empty; one action at a time. clear() forgets it.
+// Runs the action once, on the thread that makes the call, just before the nth call (from 1) of
+// that name from now on, or of any name when it is empty; one action at a time. clear() forgets it.
 void at_call(const std::string& call, std::uint64_t nth, std::function<void()> action);
 }  // namespace faults
 

@@ -1,6 +1,7 @@
 #pragma once
-// Seeds of randomized tests: a new one each time, said at once and again with each failure, and
-// DIRWATCH_SEED to run the same again.
+// Seeds of randomized tests: each test has one of its own, so that a change fails for what it
+// changed; DIRWATCH_SEED=random takes new ones, and DIRWATCH_SEED=NUMBER runs that one again. The
+// seed is said at once and again with each failure.
 //
 //   const Seed seed;                    // prints "replay with DIRWATCH_SEED=..."
 //   Random random = seed.stream(run);   // run 17 alone repeats itself without the 16 before it
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <string_view>
 
 namespace testing_support {
 
@@ -52,8 +54,19 @@ class Seed {
  private:
   static std::uint64_t choose(bool& given) {
     const char* text = std::getenv("DIRWATCH_SEED");
-    given = text != nullptr && *text != '\0';
-    return given ? std::strtoull(text, nullptr, 0) : std::random_device{}();
+    const std::string_view asked = text == nullptr ? "" : text;
+    given = !asked.empty() && asked != "random";
+    if (given) return std::strtoull(text, nullptr, 0);
+    return asked == "random" ? std::random_device{}() : of_test();
+  }
+  // From the running test's name (FNV-1a).
+  static std::uint64_t of_test() {
+    const ::testing::TestInfo& test = *::testing::UnitTest::GetInstance()->current_test_info();
+    std::uint64_t hash = 0xCBF29CE484222325u;
+    for (const char c : std::string(test.test_suite_name()) + "." + test.name()) {
+      hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3u;
+    }
+    return hash;
   }
   std::string words() const { return "replay with DIRWATCH_SEED=" + std::to_string(value_); }
 

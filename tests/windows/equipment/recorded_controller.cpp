@@ -3,8 +3,6 @@
 
 #include <objbase.h>
 
-#include <objbase.h>
-
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
