@@ -89,28 +89,52 @@ void WINAPI ServiceMain(DWORD argument_count, char** arguments) {
   terminate(0);
 }
 
-BOOL SendStatusToSCM(DWORD state, DWORD exit_code, DWORD specific_exit_code, DWORD check_point,
-                     DWORD wait_hint) {
+namespace {
+
+struct StatusReport {
+  DWORD state;
+  DWORD exit_code = 0;
+  DWORD specific_exit_code = 0;
+  DWORD check_point = 0;
+  DWORD wait_hint = 0;  // ms
+  // Sent only while the service is still in the state that it tells. The control handler reads the
+  // state before it reports it, and the service may come up, or down, between the two: an older
+  // state told last would stay for ever, and a service that is told to be starting takes no stop.
+  bool yields_to_newer = false;
+};
+
+BOOL send(const StatusReport& report) {
   DCW_TRACE("SendStatusToSCM");
   SERVICE_STATUS status = last_status();
   status.dwServiceType = SERVICE_WIN32_OWN_PROCESS;
-  status.dwCurrentState = state;
-  status.dwControlsAccepted = accepted_controls(state);
-  status.dwWin32ExitCode = specific_exit_code != 0 ? ERROR_SERVICE_SPECIFIC_ERROR : exit_code;
-  status.dwServiceSpecificExitCode = specific_exit_code;
-  status.dwCheckPoint = check_point;
-  status.dwWaitHint = wait_hint;
-  trace.always()("SendStatusToSCM: Sending [%s] status to SCM", StateText(state).text);
+  status.dwCurrentState = report.state;
+  status.dwControlsAccepted = accepted_controls(report.state);
+  status.dwWin32ExitCode =
+      report.specific_exit_code != 0 ? ERROR_SERVICE_SPECIFIC_ERROR : report.exit_code;
+  status.dwServiceSpecificExitCode = report.specific_exit_code;
+  status.dwCheckPoint = report.check_point;
+  status.dwWaitHint = report.wait_hint;
+  trace.always()("SendStatusToSCM: Sending [%s] status to SCM", StateText(report.state).text);
   BOOL sent = FALSE;
   DWORD error = 0;
   {
     const StatusLock lock;
+    if (report.yields_to_newer && g_serviceStatus.dwCurrentState != report.state) {
+      return trace.returns(TRUE);
+    }
     g_serviceStatus = status;
     sent = SetServiceStatus(g_serviceStatusHandle, &g_serviceStatus);
     if (!sent) error = GetLastError();
   }
   if (!sent) ErrorHandler(error);
   return trace.returns(sent);
+}
+
+}  // namespace
+
+BOOL SendStatusToSCM(DWORD state, DWORD exit_code, DWORD specific_exit_code, DWORD check_point,
+                     DWORD wait_hint) {
+  return send({state, exit_code, specific_exit_code, check_point, wait_hint});
 }
 
 void WINAPI ServiceCtrlHandler(DWORD control) {
@@ -147,7 +171,7 @@ void WINAPI ServiceCtrlHandler(DWORD control) {
     }
     state = last_status().dwCurrentState;
   }
-  SendStatusToSCM(state, 0, 0, check_point, 0);
+  send({.state = state, .check_point = check_point, .yields_to_newer = true});
   trace.always()("ServiceCtrlHandler: Returning control to SCM.");
 }
 

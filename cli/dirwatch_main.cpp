@@ -1,116 +1,144 @@
 // dirwatch: the friendly front end of the agent.
 
 #include <CLI/CLI.hpp>
+#include <functional>
+#include <memory>
 
 #include "cli/commands.h"
 
 namespace {
 
-void add_service_actions(CLI::App* command, cli::ServiceOptions& service) {
+// What the command that was named does; gives the exit status.
+using Chosen = std::function<int()>;
+
+// A command and its options, which live as long as the command.
+template <typename Options>
+struct Command {
+  CLI::App* app;
+  Options& options;
+};
+
+template <typename Options>
+Command<Options> add_command(CLI::App& program, Chosen& chosen, const char* name,
+                             const char* sentence, int (*run)(const Options&)) {
+  CLI::App* const app = program.add_subcommand(name, sentence);
+  const auto options = std::make_shared<Options>();
+  app->callback([&chosen, run, options] { chosen = [run, options] { return run(*options); }; });
+  return {app, *options};
+}
+
+void add_controller(CLI::App* command, std::string& target, bool is_required = false) {
+  command
+      ->add_option("-c,--controller", target,
+                   "a recording's folder, or ldap://HOST, ldaps://HOST, ldapi://SOCKET; "
+                   "default: $DIRWATCH_CONTROLLER, else the recording inside the program")
+      ->required(is_required);
+}
+
+void add_text_or_json(CLI::App* command, std::string& target) {
+  command->add_option("-f,--format", target, "text or json")
+      ->check(CLI::IsMember({"text", "json"}));
+}
+
+void add_agent_output(CLI::App* command, bool& target) {
+  command->add_flag("--agent-output", target,
+                    "show what the agent itself prints (values, progress) on standard error");
+}
+
+// Commands that look at what there is.
+void add_lists(CLI::App& program, Chosen& chosen) {
+  const auto tables =
+      add_command(program, chosen, "tables", "List the tables, or describe the columns of one",
+                  cli::tables_command);
+  tables.app->add_option("TABLE", tables.options.table, "a table's name, for instance DCWNTDSCNT");
+  add_text_or_json(tables.app, tables.options.format);
+
+  const auto counters =
+      add_command(program, chosen, "counters",
+                  "Show each performance counter that the tables want: is it there, and its value",
+                  cli::counters_command);
+  counters.app->add_option("TABLE", counters.options.table,
+                           "one table by name; default: all of them");
+  add_controller(counters.app, counters.options.controller);
+  add_text_or_json(counters.app, counters.options.format);
+
+  const auto caches = add_command(
+      program, chosen, "caches",
+      "Show what the caches of the agent that runs on this machine do now", cli::caches_command);
+  add_text_or_json(caches.app, caches.options.format);
+
+  const auto config = add_command(program, chosen, "config",
+                                  "Show every setting: its value in force, and where it comes from",
+                                  cli::config_command);
+  add_controller(config.app, config.options.controller);
+  add_text_or_json(config.app, config.options.format);
+  config.app->add_option("--config", config.options.configuration,
+                         "a configuration file (TOML); default: $DIRWATCH_CONFIG");
+}
+
+// Commands that ask a controller for rows, or keep what it answers.
+void add_runs(CLI::App& program, Chosen& chosen) {
+  const auto sample =
+      add_command(program, chosen, "sample",
+                  "Sample tables once; the exit status is 0 when every table named gave rows",
+                  cli::sample_command);
+  sample.app->add_option("TABLE", sample.options.tables, "tables by name; default: every table");
+  add_controller(sample.app, sample.options.controller);
+  sample.app
+      ->add_option("-f,--format", sample.options.format, "table, json (one object a row) or csv")
+      ->check(CLI::IsMember({"table", "json", "csv"}));
+  sample.app->add_option("--config", sample.options.configuration, "a configuration file (TOML)");
+  add_agent_output(sample.app, sample.options.agent_output);
+  sample.app->add_flag("--real-time", sample.options.real_time,
+                       "a recording's waits last as long as a live controller's would");
+
+  const auto run =
+      add_command(program, chosen, "run",
+                  "Run the agent on the console until it is stopped (Ctrl-C)", cli::run_command);
+  add_controller(run.app, run.options.controller);
+  run.app->add_option("--config", run.options.configuration, "a configuration file (TOML)");
+  add_agent_output(run.app, run.options.agent_output);
+
+  const auto record =
+      add_command(program, chosen, "record", "Write a recording of a live controller into a folder",
+                  cli::record_command);
+  add_controller(record.app, record.options.controller, true);
+  record.app->add_option("-o,--output", record.options.output, "the folder to make")->required();
+}
+
+void add_service(CLI::App& program, Chosen& chosen) {
+  const auto service = add_command(program, chosen, "service",
+                                   "The agent as a service of this machine", cli::service_command);
+  cli::ServiceOptions& options = service.options;
   const auto add = [&](const char* name, const char* sentence) {
-    return command->add_subcommand(name, sentence)->callback([&service, name] {
-      service.action = name;
+    return service.app->add_subcommand(name, sentence)->callback([&options, name] {
+      options.action = name;
     });
   };
-  command->require_subcommand(1);
+  service.app->require_subcommand(1);
   add("install", "Register the service and make the settings that are missing");
   add("uninstall", "Stop the service and take it out; its settings stay")
-      ->add_flag("--purge", service.purge, "the settings and what the agent wrote go, too");
+      ->add_flag("--purge", options.purge, "the settings and what the agent wrote go, too");
   add("start", "Start it, and wait until it runs");
   add("stop", "Stop it, and wait until it has stopped");
   add("status", "Tell how it stands; the exit status is 0 when it runs");
 }
 
-CLI::Option* add_controller(CLI::App* command, std::string& target) {
-  return command->add_option(
-      "-c,--controller", target,
-      "a recording's folder, or ldap://HOST, ldaps://HOST, ldapi://SOCKET; "
-      "default: $DIRWATCH_CONTROLLER, else the recording inside the program");
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app{"DirWatcher: the health of Active Directory from one controller's point of view"};
-  app.require_subcommand(1);
-  app.set_version_flag("--version", DIRWATCH_VERSION);
-
-  const char* const agent_output =
-      "show what the agent itself prints (values, progress) on standard error";
-
-  cli::TablesOptions tables;
-  CLI::App* tables_command =
-      app.add_subcommand("tables", "List the tables, or describe the columns of one");
-  tables_command->add_option("TABLE", tables.table, "a table's name, for instance DCWNTDSCNT");
-  tables_command->add_option("-f,--format", tables.format, "text or json")
-      ->check(CLI::IsMember({"text", "json"}));
-
-  cli::CountersOptions counters;
-  CLI::App* counters_command = app.add_subcommand(
-      "counters", "Show each performance counter that the tables want: is it there, and its value");
-  counters_command->add_option("TABLE", counters.table, "one table by name; default: all of them");
-  add_controller(counters_command, counters.controller);
-  counters_command->add_option("-f,--format", counters.format, "text or json")
-      ->check(CLI::IsMember({"text", "json"}));
-
-  cli::SampleOptions sample;
-  CLI::App* sample_command = app.add_subcommand(
-      "sample", "Sample tables once; the exit status is 0 when every table named gave rows");
-  sample_command->add_option("TABLE", sample.tables, "tables by name; default: every table");
-  add_controller(sample_command, sample.controller);
-  sample_command->add_option("-f,--format", sample.format, "table, json (one object a row) or csv")
-      ->check(CLI::IsMember({"table", "json", "csv"}));
-  sample_command->add_option("--config", sample.configuration, "a configuration file (TOML)");
-
-  sample_command->add_flag("--agent-output", sample.agent_output, agent_output);
-  sample_command->add_flag("--real-time", sample.real_time,
-                           "a recording's waits last as long as a live controller's would");
-
-  cli::RunOptions run;
-  CLI::App* run_command =
-      app.add_subcommand("run", "Run the agent on the console until it is stopped (Ctrl-C)");
-  add_controller(run_command, run.controller);
-  run_command->add_option("--config", run.configuration, "a configuration file (TOML)");
-
-  run_command->add_flag("--agent-output", run.agent_output, agent_output);
-
-  cli::CachesOptions caches;
-  CLI::App* caches_command = app.add_subcommand(
-      "caches", "Show what the caches of the agent that runs on this machine do now");
-  caches_command->add_option("-f,--format", caches.format, "text or json")
-      ->check(CLI::IsMember({"text", "json"}));
-
-  cli::ConfigOptions config;
-  CLI::App* config_command = app.add_subcommand(
-      "config", "Show every setting: its value in force, and where it comes from");
-  add_controller(config_command, config.controller);
-  config_command->add_option("-f,--format", config.format, "text or json")
-      ->check(CLI::IsMember({"text", "json"}));
-  config_command->add_option("--config", config.configuration,
-                             "a configuration file (TOML); default: $DIRWATCH_CONFIG");
-
-  cli::RecordOptions record;
-  CLI::App* record_command =
-      app.add_subcommand("record", "Write a recording of a live controller into a folder");
-  add_controller(record_command, record.controller)->required();
-  record_command->add_option("-o,--output", record.output, "the folder to make")->required();
-
-  cli::ServiceOptions service;
-  CLI::App* service_command =
-      app.add_subcommand("service", "The agent as a service of this machine");
-  add_service_actions(service_command, service);
-
+  CLI::App program{
+      "DirWatcher: the health of Active Directory from one controller's point of view"};
+  program.require_subcommand(1);
+  program.set_version_flag("--version", DIRWATCH_VERSION);
+  Chosen chosen;
+  add_lists(program, chosen);
+  add_runs(program, chosen);
+  add_service(program, chosen);
   try {
-    app.parse(argc, argv);
+    program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : 2;
+    return program.exit(error) == 0 ? 0 : 2;
   }
-  if (*tables_command) return cli::tables_command(tables);
-  if (*counters_command) return cli::counters_command(counters);
-  if (*sample_command) return cli::sample_command(sample);
-  if (*config_command) return cli::config_command(config);
-  if (*run_command) return cli::run_command(run);
-  if (*caches_command) return cli::caches_command(caches);
-  if (*service_command) return cli::service_command(service);
-  return cli::record_command(record);
+  return chosen();
 }

@@ -35,6 +35,9 @@ inline constexpr std::array kConfigurationSettings = {
     ConfigurationSetting{"sink.format", "'table'", "table, json, csv or none",
                          "How rows are written."},
     ConfigurationSetting{"sink.path", "''", "path", "Where rows go; empty: standard output."},
+    ConfigurationSetting{"sink.rotate", "'0B'", "size",
+                         "The rows' file is moved aside when it has grown to this; 0B: never."},
+    ConfigurationSetting{"sink.keep", "5", "files", "Files of rows moved aside that stay."},
 };
 
 }  // namespace xaf

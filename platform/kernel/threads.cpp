@@ -8,6 +8,9 @@
 #include <cstdlib>
 #include <exception>
 #include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
 
 #include "platform/kernel/fault_point.h"
 #include "platform/kernel/process.h"
@@ -105,6 +108,26 @@ void park_for_ever(Thread& thread, Lock& lock) {
 
 namespace {
 
+// What a thread was started with. Where the thread is ended before it runs, nobody can free that,
+// as on Windows; it is kept in sight, so that checks for lost memory do not take it for a loss of
+// ours.
+class HandedOver {
+ public:
+  explicit HandedOver(void* argument) : argument_(argument) {}
+  ~HandedOver() {
+    if (argument_ == nullptr) return;
+    const Lock lock = lock_scheduler();
+    static std::vector<void*>& forsaken = *new std::vector<void*>;
+    forsaken.push_back(argument_);
+  }
+  HandedOver(const HandedOver&) = delete;
+  HandedOver& operator=(const HandedOver&) = delete;
+  void* take() { return std::exchange(argument_, nullptr); }
+
+ private:
+  void* argument_;
+};
+
 std::uintptr_t refuse_thread(int error, DWORD system_error) {
   errno = error;
   _doserrno = system_error;
@@ -167,9 +190,12 @@ std::uintptr_t _beginthreadex(void*, unsigned stack_size, _beginthreadex_proc_ty
     process = self.process;
   }
   int error = 0;
+  const auto handed = std::make_shared<platform::kernel::HandedOver>(argument);
   const auto thread = platform::kernel::start_thread(
-      std::move(process), stack_size, [start, argument] { return DWORD{start(argument)}; }, error);
+      std::move(process), stack_size, [start, handed] { return DWORD{start(handed->take())}; },
+      error);
   if (thread == nullptr) {
+    handed->take();
     return platform::kernel::refuse_thread(error == EINVAL ? EINVAL : EAGAIN,
                                            ERROR_NOT_ENOUGH_MEMORY);
   }

@@ -16,6 +16,7 @@
 #include "agent/main.h"
 #include "framework/trc/control.h"
 #include "framework/xaf/control.h"
+#include "include/platform/registry.h"
 #include "include/settings.h"
 #include "platform/control.h"
 #include "tests/support/small_recording.h"
@@ -52,6 +53,18 @@ class AgentRun : public ::testing::Test {
   }
 
   static void configure(const xaf::Configuration& configuration) { xaf::configure(configuration); }
+
+  // In the branch that the agent imports at its start, which wins over the environment.
+  static void set_in_registry(const char* name, const std::string& value) {
+    HKEY key = nullptr;
+    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_LOCAL_MACHINE,
+                                             "SOFTWARE\\Marlow\\DCW\\Ver610\\Primary\\Environment",
+                                             0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr));
+    EXPECT_EQ(ERROR_SUCCESS,
+              RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
+                             static_cast<DWORD>(value.size() + 1)));
+    RegCloseKey(key);
+  }
 
   // Starts Main with these arguments behind the program's name.
   void start(std::vector<std::string> arguments) {

@@ -30,9 +30,9 @@ class Isolation : public AgentRun {
     setenv("TZ", "UTC0", 1);
     tzset();
     setenv("ACTIVATE_REPL_LATENCY", "ENABLED", 1);
-    setenv("DWA_CACHE_INTERVAL", "600", 1);
-    setenv("DWA_SYSVOL_REPLICATION_TEST_INTERVAL", "10", 1);
-    setenv("DWA_SYSVOL_REPLICATION_TEST_VERIFICATION_INTERVAL", "2", 1);
+    set_in_registry("DWA_CACHE_INTERVAL", "600");
+    set_in_registry("DWA_SYSVOL_REPLICATION_TEST_INTERVAL", "10");
+    set_in_registry("DWA_SYSVOL_REPLICATION_TEST_VERIFICATION_INTERVAL", "2");
     xaf::Configuration configuration;
     configuration.node_name = "DC1:NT";
     configuration.sink = "none";

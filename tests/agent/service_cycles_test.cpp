@@ -185,11 +185,14 @@ TEST_F(ServiceCycles, EachCallThatFailsLeavesNothingBehind) {
 // another control, and perhaps faults.
 std::string random_cycle(Random random, const Calls& calls, std::uint64_t total) {
   Cycle cycle;
+  std::string plan;
   const bool faulty = random.one_in(2);
   if (faulty) {
     for (std::uint64_t left = random.between(1, 3); left > 0; --left) {
       const auto& [call, times] = calls[random.below(calls.size())];
-      platform::faults::fail(call, static_cast<std::uint32_t>(random.between(1, times)));
+      const auto nth = static_cast<std::uint32_t>(random.between(1, times));
+      platform::faults::fail(call, nth);
+      plan += call + " " + std::to_string(nth) + " fails; ";
     }
   }
   constexpr std::uint32_t kControls[] = {SERVICE_CONTROL_STOP,        SERVICE_CONTROL_STOP,
@@ -197,8 +200,9 @@ std::string random_cycle(Random random, const Calls& calls, std::uint64_t total)
                                          SERVICE_CONTROL_INTERROGATE, SERVICE_CONTROL_SHUTDOWN};
   const std::uint32_t early = kControls[random.below(std::size(kControls))];
   if (random.one_in(2)) {
-    platform::faults::at_call("", random.between(1, total),
-                              [&cycle, early] { cycle.manager().send(early); });
+    const std::uint64_t nth = random.between(1, total);
+    platform::faults::at_call("", nth, [&cycle, early] { cycle.manager().send(early); });
+    plan += "control " + std::to_string(early) + " before call " + std::to_string(nth) + "; ";
   }
   cycle.start();
   cycle.manager().wait_for_state(SERVICE_RUNNING, static_cast<std::uint32_t>(random.below(2000)));
@@ -209,7 +213,7 @@ std::string random_cycle(Random random, const Calls& calls, std::uint64_t total)
   if (!faulty && cycle.exit_code() != 0) {
     complaint += "exit code " + std::to_string(cycle.exit_code());
   }
-  return complaint;
+  return complaint.empty() ? complaint : complaint + " with " + plan;
 }
 
 TEST_F(ServiceCycles, AThousandWithRandomStopsAndFaultsLeaveNothingBehind) {

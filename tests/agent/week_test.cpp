@@ -68,10 +68,10 @@ class Week : public AgentRun {
     fs::create_directories(object_count().parent_path());
     setenv("MARLOW_HOME", home_.c_str(), 1);
     setenv("ACTIVATE_REPL_LATENCY", "ENABLED", 1);
-    setenv("DWA_CACHE_INTERVAL", seconds(6 * kHour_ms, 8 * kHour_ms).c_str(), 1);
-    setenv("DWA_NUMBEROFOBJECTS_TIMEOUT", seconds(8 * kHour_ms, 16 * kHour_ms).c_str(), 1);
-    setenv("DWA_SYSVOL_REPLICATION_TEST_INTERVAL", "420", 1);
-    setenv("DWA_SYSVOL_REPLICATION_TEST_VERIFICATION_INTERVAL", "10", 1);
+    set_in_registry("DWA_CACHE_INTERVAL", seconds(6 * kHour_ms, 8 * kHour_ms));
+    set_in_registry("DWA_NUMBEROFOBJECTS_TIMEOUT", seconds(8 * kHour_ms, 16 * kHour_ms));
+    set_in_registry("DWA_SYSVOL_REPLICATION_TEST_INTERVAL", "420");
+    set_in_registry("DWA_SYSVOL_REPLICATION_TEST_VERIFICATION_INTERVAL", "10");
     xaf::Configuration configuration;
     configuration.node_name = kNode;
     configuration.sink = "none";
@@ -172,9 +172,11 @@ class Week : public AgentRun {
     alive_after_.erase("pdh counter");
     EXPECT_EQ(alive_before_, alive_after_);
     // What the end of the process gives back: the locks and the library of the framework and of the
-    // process, the caches' and the start's events, and the handles that Main keeps.
-    const std::map<std::string, std::int64_t> left = {
-        {"critical section", 34}, {"event", 11}, {"library", 1}, {"thread", 11}};
+    // process, the caches' and the start's events, the handles that Main keeps, and the memory in
+    // which others see the caches' state.
+    const std::map<std::string, std::int64_t> left = {{"critical section", 34}, {"event", 11},
+                                                      {"file mapping", 1},      {"library", 1},
+                                                      {"thread", 11},           {"view", 1}};
     EXPECT_EQ(left, process_->left_alive());
     std::string text;
     std::ifstream(object_count()) >> text;

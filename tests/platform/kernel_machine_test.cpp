@@ -102,8 +102,12 @@ TEST(KernelStrings, AreThoseTheProgramRegistered) {
 }
 
 TEST(KernelServices, WithoutAManagerTheDispatcherSaysSo) {
+  char name[] = "DirWatcher";
+  const SERVICE_TABLE_ENTRYA table[] = {{name, [](DWORD, char**) {}}, {nullptr, nullptr}};
+  EXPECT_FALSE(StartServiceCtrlDispatcherA(table));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_FAILED_SERVICE_CONTROLLER_CONNECT));
   EXPECT_FALSE(StartServiceCtrlDispatcherA(nullptr));
-  EXPECT_EQ(GetLastError(), 1063u);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_DATA));
   EXPECT_EQ(RegisterServiceCtrlHandlerA("DirWatcher", nullptr), nullptr);
   EXPECT_FALSE(SetServiceStatus(nullptr, nullptr));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
