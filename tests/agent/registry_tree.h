@@ -30,8 +30,10 @@ class RegistryTree {
 
   void set(const std::string& below, const std::string& name, DWORD type, const std::string& data) {
     const HKEY key = open(below);
+    // Systems look one byte beyond a text, and store a zero that they find there.
+    const std::string room = data + '#';
     EXPECT_EQ(0,
-              RegSetValueExA(key, name.c_str(), 0, type, reinterpret_cast<const BYTE*>(data.data()),
+              RegSetValueExA(key, name.c_str(), 0, type, reinterpret_cast<const BYTE*>(room.data()),
                              static_cast<DWORD>(data.size())))
         << name;
     RegCloseKey(key);
