@@ -129,7 +129,7 @@ all_seen() { # recording
 run_both() {
   local recording=$work/configured table on_linux on_windows seen=0 only=()
   for table in $background; do only+=(--only "$table"); done
-  cp -r "$root/recordings/default" "$recording"
+  cp -r "$work/default" "$recording"
   write_settings "$recording"
   lay_out_shares "$recording"
   "$DIRWATCH" run --controller "$recording" --config "$work/run.toml" >"$work/linux.json" \
@@ -143,7 +143,7 @@ run_both() {
     all_seen "$recording" && seen=1 && break
     sleep 0.3
   done
-  [ $seen -eq 1 ] || { echo "windows: the whole agent: not all came"; cat "$work/left"; }
+  [ $seen -eq 1 ] || { echo "windows: the whole agent: not all came"; cat "$work/left" || true; }
   timeout 60 wine reg delete 'HKLM\SOFTWARE\Marlow' /f >"$work/regedit.log" 2>&1 </dev/null || true
   kill -TERM $on_linux 2>/dev/null || true
   # Nothing under Wine passes on a signal as Ctrl-C.
