@@ -10,11 +10,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "include/platform/memory.h"
 #include "platform/kernel/accounting.h"
@@ -49,8 +51,9 @@ class Descriptor {
 struct Mapping : Object {
   Mapping(Descriptor its_memory, std::string its_path)
       : Object(Kind::kMapping), memory(std::move(its_memory)), path(std::move(its_path)) {}
+  ~Mapping() override { give_up(); }
   // Whoever finds that no other has the memory takes its name away.
-  ~Mapping() override {
+  void give_up() const {
     if (!path.empty() && ::flock(memory.get(), LOCK_EX | LOCK_NB) == 0) ::shm_unlink(path.c_str());
   }
   const Descriptor memory;
@@ -62,6 +65,7 @@ accounting::Counter views_alive{"view"};
 // Guarded by the scheduler's lock.
 struct Mappings {
   std::map<std::string, std::weak_ptr<Mapping>> named;  // of the simulated machine
+  std::vector<std::weak_ptr<Mapping>> made;             // shared with other processes, by this one
   // A simulated process leaves its views: what its code keeps in statics may still point there.
   std::map<const void*, std::size_t> views;  // with their sizes
 };
@@ -183,6 +187,8 @@ HANDLE create_shared(const std::string& name, std::size_t size) {
   if (const DWORD error = make_shared(path, size, memory, existed); error != 0) return fail(error);
   auto mapping = std::make_shared<Mapping>(std::move(memory), path);
   Lock lock = lock_scheduler();
+  if (mappings().made.empty()) std::atexit(give_up_shared_memory);
+  mappings().made.push_back(mapping);
   SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
   return open_handle(std::move(mapping), lock);
 }
@@ -212,6 +218,14 @@ bool is_simulated() {
 }
 
 }  // namespace
+
+void give_up_shared_memory() {
+  const Lock lock = lock_scheduler();
+  for (const std::weak_ptr<Mapping>& one : mappings().made) {
+    if (const auto mapping = one.lock()) mapping->give_up();
+  }
+}
+
 }  // namespace platform::kernel
 
 HANDLE CreateFileMappingA(HANDLE file, SECURITY_ATTRIBUTES*, DWORD protection, DWORD size_high,

@@ -175,6 +175,7 @@ DWORD GetCurrentProcessId() {
 void ExitProcess(UINT exit_code) {
   if (platform::kernel::current_process() == nullptr) {
     platform::kernel::flush_standard_streams();
+    platform::kernel::give_up_shared_memory();
     _exit(platform::kernel::exit_code_for_system(exit_code));
   }
   Lock lock = platform::kernel::lock_scheduler();

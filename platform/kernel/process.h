@@ -69,4 +69,7 @@ void set_service_exit_code(DWORD code);
 std::shared_ptr<Thread> start_thread(std::shared_ptr<Process> process, std::size_t stack_size,
                                      std::function<DWORD()> body, int& error);
 
+// The process ends: names of memory that no other process has are taken away with it.
+void give_up_shared_memory();
+
 }  // namespace platform::kernel
