@@ -21,7 +21,7 @@ using testing_support::Seed;
 
 // ThreadSanitizer makes a process of its own for each start several times dearer.
 #ifdef __SANITIZE_THREAD__
-constexpr std::uint64_t kShare = 10;
+constexpr std::uint64_t kShare = 20;
 #else
 constexpr std::uint64_t kShare = 1;
 #endif
