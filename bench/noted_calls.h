@@ -166,6 +166,8 @@ class NotingServices : public platform::DirectoryServices {
     });
     return answers_.find_controller(question, found, client_site);
   }
+  // Asked by the recorder alone.
+  std::vector<platform::LocatedController> controllers() override { return answers_.controllers(); }
   platform::Win32Status bind(std::string_view controller, std::string_view domain,
                              std::string& full_name) override {
     notes_.add([name = std::string(controller),

@@ -77,9 +77,10 @@ stopped_service_says_so() { # what it calls itself
   trace_gets 'Main: TERMINATION' || true
   local text at=0 found
   while IFS= read -r text; do
-    found=$(tail -n "+$((at + 1))" "$folder/logs/trace.log" | grep -nF -m 1 -- "$text" | cut -d: -f1) || found=
+    found=$(text=$text awk -v at="$at" 'NR > at && !seen && index($0, ENVIRON["text"]) { print NR; seen = 1 }' \
+      "$folder/logs/trace.log")
     check "$1: the trace of the stop has, in its place: $text" [ -n "$found" ]
-    at=$((at + ${found:-0}))
+    at=${found:-$at}
   done <<'EOT'
 ServiceCtrlHandler: Control Code - SERVICE_CONTROL_STOP
 SendStatusToSCM: Sending [SERVICE_STOP_PENDING] status to SCM
